@@ -1,0 +1,165 @@
+#include "Foundation/QXString.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <locale>
+#include <random>
+#include <sstream>
+
+namespace {
+
+QXStringTables& stringTables()
+{
+    static QXStringTables tables;
+    return tables;
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+std::string lowercase(std::string_view text)
+{
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    return lower;
+}
+
+std::size_t digitsAt(std::string_view text, std::size_t position)
+{
+    std::size_t end = position;
+    while (end < text.size() && isDigit(text[end])) {
+        ++end;
+    }
+    return end - position;
+}
+
+// digits [. digits] [e [sign] digits], with at least one digit before the exponent.
+bool isUnsignedDecimal(std::string_view text)
+{
+    std::size_t digits = digitsAt(text, 0);
+    std::size_t position = digits;
+    if (position < text.size() && text[position] == '.') {
+        const std::size_t fraction = digitsAt(text, position + 1);
+        position += 1 + fraction;
+        digits += fraction;
+    }
+    if (digits == 0) {
+        return false;
+    }
+    if (position < text.size() && (text[position] == 'e' || text[position] == 'E')) {
+        ++position;
+        if (position < text.size() && (text[position] == '+' || text[position] == '-')) {
+            ++position;
+        }
+        const std::size_t exponent = digitsAt(text, position);
+        if (exponent == 0) {
+            return false;
+        }
+        position += exponent;
+    }
+    return position == text.size();
+}
+
+// A stream with the classic locale: from_chars for floating point is missing in libc++.
+std::optional<double> unsignedDecimalValue(std::string_view text)
+{
+    std::istringstream stream{std::string(text)};
+    stream.imbue(std::locale::classic());
+    double value = 0.0;
+    stream >> value;
+    // A stream may call a denormal out of range; only what has become the largest double is.
+    if (std::isinf(value) || (stream.fail() && value >= std::numeric_limits<double>::max())) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+} // namespace
+
+std::string QXLocalizedString(std::string_view key, std::string_view table)
+{
+    if (const QXStringTables& tables = stringTables()) {
+        if (std::optional<std::string> text = tables(key, table)) {
+            return *text;
+        }
+    }
+    return std::string(key);
+}
+
+void QXSetStringTables(QXStringTables tables)
+{
+    stringTables() = std::move(tables);
+}
+
+std::string QXFormat(std::string_view format, std::initializer_list<std::string_view> arguments)
+{
+    std::string text;
+    const auto* argument = arguments.begin();
+    for (std::size_t i = 0; i < format.size(); ++i) {
+        const bool placeholder = format[i] == '%' && i + 1 < format.size()
+                                 && (format[i + 1] == '@' || format[i + 1] == 'd');
+        if (placeholder && argument != arguments.end()) {
+            text += *argument++;
+            ++i;
+        } else {
+            text += format[i];
+        }
+    }
+    return text;
+}
+
+std::optional<double> QXParseDouble(std::string_view text)
+{
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+')) {
+        text.remove_prefix(1);
+    }
+    std::optional<double> magnitude;
+    const std::string word = lowercase(text);
+    if (word == "nan") {
+        magnitude = std::numeric_limits<double>::quiet_NaN();
+    } else if (word == "inf" || word == "infinity") {
+        magnitude = std::numeric_limits<double>::infinity();
+    } else if (isUnsignedDecimal(text)) {
+        magnitude = unsignedDecimalValue(text);
+    }
+    if (magnitude && negative) {
+        magnitude = -*magnitude;
+    }
+    return magnitude;
+}
+
+std::string QXDoubleDescription(double value)
+{
+    if (std::isnan(value)) {
+        return "nan";
+    }
+    if (std::isinf(value)) {
+        return value > 0 ? "inf" : "-inf";
+    }
+    std::array<char, 64> buffer{};
+    const std::to_chars_result result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    return {buffer.data(), result.ptr};
+}
+
+std::string QXNewUUIDString()
+{
+    static constexpr std::string_view digits = "0123456789ABCDEF";
+    std::random_device source;
+    std::uniform_int_distribution<std::size_t> nibble(0, 15);
+    std::string text = "xxxxxxxx-xxxx-4xxx-yxxx-xxxxxxxxxxxx";
+    for (char& c : text) {
+        if (c == 'x') {
+            c = digits[nibble(source)];
+        } else if (c == 'y') {
+            c = digits[8 + nibble(source) % 4]; // the variant's two fixed bits
+        }
+    }
+    return text;
+}

@@ -1,0 +1,23 @@
+// The displays' own colour profiles.
+#pragma once
+
+#include "Platform/NPDisplayServices.h"
+
+#include <optional>
+#include <string>
+
+// What a display's own profile says: the table it is to show while no effect is on, and where the profile
+// lies (an absolute URL; none when it is no file).
+struct NPDisplayProfile {
+    QXGammaTable baseTable; // sampleCount 0 when there is none: such a display is never written
+    std::optional<std::string> location;
+};
+
+class NPColorProfileServices {
+public:
+    virtual ~NPColorProfileServices() = default;
+
+    // The display's own profile as it is now. Its base table is never one that an effect of ours has
+    // changed, also when an earlier run ended without giving the display back.
+    virtual NPDisplayProfile copyDisplayProfile(NPDisplayID display) = 0;
+};

@@ -1,0 +1,30 @@
+# A folder is a layer is a target: every .cpp of the folder belongs to it, so a file's path says what it
+# may include. Tools/check-includes proves the direction.
+
+# np_layer(<target> <folder> [<linked target> …])
+function(np_layer target folder)
+  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/Sources/${folder}/*.cpp")
+  if(TARGET ${target})
+    target_sources(${target} PRIVATE ${sources})
+  else()
+    add_library(${target} STATIC ${sources})
+    target_link_libraries(${target} PUBLIC nightpane_flags)
+  endif()
+  target_link_libraries(${target} PUBLIC ${ARGN})
+endfunction()
+
+# np_test(<target> <folder> … LINK <target> …): every *.cpp of the folders of Tests/ in one program.
+function(np_test target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  set(sources)
+  foreach(folder IN LISTS arg_UNPARSED_ARGUMENTS)
+    file(GLOB found CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/Tests/${folder}/*.cpp")
+    list(APPEND sources ${found})
+  endforeach()
+  add_executable(${target} ${sources})
+  target_include_directories(${target} PRIVATE "${CMAKE_SOURCE_DIR}/Tests")
+  target_compile_definitions(${target} PRIVATE NP_TEST_DATA="${CMAKE_SOURCE_DIR}/Tests/Data")
+  target_link_libraries(${target} PRIVATE ${arg_LINK} GTest::gtest_main)
+  # googletest's macros trip these two
+  target_compile_options(${target} PRIVATE -Wno-sign-conversion -Wno-null-dereference)
+endfunction()
