@@ -1,0 +1,202 @@
+#include "Platform/Simulated/NPSimulatedClock.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double nanosecondsPerSecond = 1e9;
+constexpr double furthest = 9e18; // due times beyond this never come
+
+std::int64_t saturated(double nanoseconds)
+{
+    return static_cast<std::int64_t>(std::clamp(nanoseconds, -furthest, furthest));
+}
+
+} // namespace
+
+class NPSimulatedClock::Timer final : public NPTimerSource {
+public:
+    Timer(std::optional<QXDate> wallDue, Nanoseconds monotonicDue, std::uint64_t interval, std::uint64_t order)
+        : wallDue(wallDue), monotonicDue(monotonicDue), order(order), _interval(std::max<std::uint64_t>(interval, 1))
+    {
+    }
+
+    void setEventHandler(std::function<void()> handler) override { _handler = std::move(handler); }
+    void resume() override { armed = !_cancelled; }
+    void cancel() override
+    {
+        armed = false;
+        _cancelled = true;
+        _handler = nullptr;
+    }
+
+    void fire()
+    {
+        const double interval = static_cast<double>(_interval);
+        if (wallDue) {
+            wallDue = wallDue->addingTimeInterval(interval / nanosecondsPerSecond);
+        } else {
+            monotonicDue = saturated(static_cast<double>(monotonicDue) + interval);
+        }
+        if (const std::function<void()> handler = _handler) { // a copy: the handler may cancel its timer
+            handler();
+        }
+    }
+
+    bool armed = false;
+    std::optional<QXDate> wallDue; // on the wall clock, or none: on the monotonic one
+    Nanoseconds monotonicDue;
+    const std::uint64_t order; // which was made first, for equal due times
+
+private:
+    std::uint64_t _interval;
+    bool _cancelled = false;
+    std::function<void()> _handler;
+};
+
+NPSimulatedClock::NPSimulatedClock(QXDate start) : _wallAnchor(start) {}
+
+QXDate NPSimulatedClock::now() const
+{
+    return _wallTimeAt(_monotonic);
+}
+
+double NPSimulatedClock::monotonicTime() const
+{
+    return static_cast<double>(_monotonic) / nanosecondsPerSecond;
+}
+
+std::shared_ptr<NPTimerSource> NPSimulatedClock::makeMonotonicTimer(std::uint64_t delay, std::uint64_t interval,
+                                                                    std::uint64_t)
+{
+    const Nanoseconds due = saturated(static_cast<double>(_monotonic) + static_cast<double>(delay));
+    auto timer = std::make_shared<Timer>(std::nullopt, due, interval, _timersMade++);
+    _timers.push_back(timer);
+    return timer;
+}
+
+std::shared_ptr<NPTimerSource> NPSimulatedClock::makeWallClockTimer(QXDate start, std::uint64_t interval,
+                                                                    std::uint64_t)
+{
+    auto timer = std::make_shared<Timer>(start, 0, interval, _timersMade++);
+    _timers.push_back(timer);
+    return timer;
+}
+
+void NPSimulatedClock::performOnMain(std::function<void()> work)
+{
+    const std::lock_guard lock(_queueMutex);
+    _queue.push_back(std::move(work));
+}
+
+void NPSimulatedClock::advance(double seconds)
+{
+    const Nanoseconds end = saturated(static_cast<double>(_monotonic) + seconds * nanosecondsPerSecond);
+    _serveMainQueue();
+    while (const std::shared_ptr<Timer> timer = _nextTimer()) {
+        const Nanoseconds due = _dueTime(*timer);
+        if (due > end) {
+            break;
+        }
+        _monotonic = std::max(_monotonic, due);
+        timer->fire();
+        _serveMainQueue();
+    }
+    _monotonic = end;
+}
+
+void NPSimulatedClock::advanceTo(QXDate date)
+{
+    const Nanoseconds target = _monotonicTimeAt(date);
+    if (target > _monotonic) {
+        advance(static_cast<double>(target - _monotonic) / nanosecondsPerSecond);
+    }
+}
+
+void NPSimulatedClock::sleep(double seconds)
+{
+    setWallClock(now().addingTimeInterval(seconds));
+}
+
+void NPSimulatedClock::setWallClock(QXDate date)
+{
+    _wallAnchor = date;
+    _monotonicAnchor = _monotonic;
+    advance(0.0);
+}
+
+std::optional<QXDate> NPSimulatedClock::nextFireDate() const
+{
+    const std::shared_ptr<Timer> timer = _nextTimer();
+    return timer ? std::optional(_wallTimeAt(std::max(_dueTime(*timer), _monotonic))) : std::nullopt;
+}
+
+std::size_t NPSimulatedClock::timerCount() const
+{
+    return static_cast<std::size_t>(std::ranges::count_if(_timers, [](const std::weak_ptr<Timer>& weak) {
+        const std::shared_ptr<Timer> timer = weak.lock();
+        return timer && timer->armed;
+    }));
+}
+
+QXDate NPSimulatedClock::_wallTimeAt(Nanoseconds monotonic) const
+{
+    return _wallAnchor.addingTimeInterval(static_cast<double>(monotonic - _monotonicAnchor)
+                                          / nanosecondsPerSecond);
+}
+
+// The first moment at which the wall clock shows at least that time: a double counts the nanoseconds of a
+// date far too coarsely to divide them out.
+NPSimulatedClock::Nanoseconds NPSimulatedClock::_monotonicTimeAt(QXDate wall) const
+{
+    Nanoseconds moment = saturated(static_cast<double>(_monotonicAnchor)
+                                   + std::ceil(wall.timeIntervalSince(_wallAnchor) * nanosecondsPerSecond));
+    constexpr Nanoseconds step = 16;
+    while (_wallTimeAt(moment) < wall && static_cast<double>(moment) < furthest) {
+        moment += step;
+    }
+    return moment;
+}
+
+NPSimulatedClock::Nanoseconds NPSimulatedClock::_dueTime(const Timer& timer) const
+{
+    return timer.wallDue ? _monotonicTimeAt(*timer.wallDue) : timer.monotonicDue;
+}
+
+std::shared_ptr<NPSimulatedClock::Timer> NPSimulatedClock::_nextTimer() const
+{
+    std::shared_ptr<Timer> next;
+    Nanoseconds nextDue = std::numeric_limits<Nanoseconds>::max();
+    for (const std::weak_ptr<Timer>& weak : _timers) {
+        const std::shared_ptr<Timer> timer = weak.lock();
+        if (!timer || !timer->armed) {
+            continue;
+        }
+        const Nanoseconds due = _dueTime(*timer);
+        if (!next || due < nextDue || (due == nextDue && timer->order < next->order)) {
+            next = timer;
+            nextDue = due;
+        }
+    }
+    return next;
+}
+
+void NPSimulatedClock::_serveMainQueue()
+{
+    std::erase_if(_timers, [](const std::weak_ptr<Timer>& timer) { return timer.expired(); });
+    std::vector<std::function<void()>> work;
+    for (;;) {
+        {
+            const std::lock_guard lock(_queueMutex);
+            work = std::exchange(_queue, {});
+        }
+        if (work.empty()) {
+            return;
+        }
+        for (const std::function<void()>& item : work) {
+            item();
+        }
+    }
+}

@@ -1,0 +1,60 @@
+// Time that passes when it is told to: both clocks, the timers on them, and the main queue.
+//
+// Awake, both clocks advance; asleep, the wall clock alone. Timers fire in the order of their due times,
+// each at its own moment, so a year with every timer in it passes without waiting.
+#pragma once
+
+#include "Platform/NPClock.h"
+#include "Platform/NPMainQueue.h"
+#include "Platform/NPTimerServices.h"
+
+#include <mutex>
+#include <optional>
+#include <vector>
+
+class NPSimulatedClock final : public NPClock, public NPTimerServices, public NPMainQueue {
+public:
+    explicit NPSimulatedClock(QXDate start);
+
+    QXDate now() const override;
+    double monotonicTime() const override;
+    std::shared_ptr<NPTimerSource> makeMonotonicTimer(std::uint64_t delay, std::uint64_t interval,
+                                                      std::uint64_t leeway) override;
+    std::shared_ptr<NPTimerSource> makeWallClockTimer(QXDate start, std::uint64_t interval,
+                                                      std::uint64_t leeway) override;
+    void performOnMain(std::function<void()> work) override;
+
+    // Lets time pass: serves the main queue and fires every timer that falls due, the last moment included.
+    void advance(double seconds);
+    void advanceTo(QXDate date); // nothing when the date has passed
+
+    // The machine sleeps that long and wakes. Wall-clock timers that fell due fire on waking.
+    void sleep(double seconds);
+
+    // Somebody sets the wall clock. Timers that are due by the new time fire at once.
+    void setWallClock(QXDate date);
+
+    // The moment of the next firing as wall-clock time, or none when no timer is armed.
+    std::optional<QXDate> nextFireDate() const;
+
+    // How many timers are armed.
+    std::size_t timerCount() const;
+
+private:
+    class Timer;
+    using Nanoseconds = std::int64_t; // on the monotonic clock, which starts at 0
+
+    QXDate _wallTimeAt(Nanoseconds monotonic) const;
+    Nanoseconds _monotonicTimeAt(QXDate wall) const;
+    Nanoseconds _dueTime(const Timer& timer) const;
+    std::shared_ptr<Timer> _nextTimer() const;
+    void _serveMainQueue();
+
+    QXDate _wallAnchor;             // the wall clock when the monotonic clock …
+    Nanoseconds _monotonicAnchor = 0; // … showed this
+    Nanoseconds _monotonic = 0;
+    std::uint64_t _timersMade = 0;
+    std::vector<std::weak_ptr<Timer>> _timers;
+    std::mutex _queueMutex;
+    std::vector<std::function<void()>> _queue;
+};
