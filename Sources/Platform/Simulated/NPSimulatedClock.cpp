@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -11,15 +12,18 @@ constexpr double furthest = 9e18; // due times beyond this never come
 
 std::int64_t saturated(double nanoseconds)
 {
-    return static_cast<std::int64_t>(std::clamp(nanoseconds, -furthest, furthest));
+    const double bounded = nanoseconds < furthest ? std::max(nanoseconds, -furthest) : furthest; // NaN: never
+    return static_cast<std::int64_t>(bounded);
 }
 
 } // namespace
 
 class NPSimulatedClock::Timer final : public NPTimerSource {
 public:
-    Timer(std::optional<QXDate> wallDue, Nanoseconds monotonicDue, std::uint64_t interval, std::uint64_t order)
-        : wallDue(wallDue), monotonicDue(monotonicDue), order(order), _interval(std::max<std::uint64_t>(interval, 1))
+    Timer(std::optional<QXDate> firstWallDue, Nanoseconds firstMonotonicDue, std::uint64_t interval,
+          std::uint64_t number)
+        : wallDue(firstWallDue), monotonicDue(firstMonotonicDue), order(number),
+          _interval(std::max<std::uint64_t>(interval, 1))
     {
     }
 
