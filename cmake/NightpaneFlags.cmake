@@ -12,7 +12,7 @@ endif()
 # -ffp-contract=off: a fused multiply-add rounds once instead of twice and would change the tables' bits.
 target_compile_options(nightpane_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
-  -Wcast-align -Woverloaded-virtual -Wnull-dereference -Wdouble-promotion
+  -Wcast-align -Woverloaded-virtual -Wdouble-promotion
   -ffp-contract=off -fvisibility=hidden)
 target_include_directories(nightpane_flags INTERFACE "${CMAKE_SOURCE_DIR}/Sources")
 

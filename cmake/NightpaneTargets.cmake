@@ -25,6 +25,6 @@ function(np_test target)
   target_include_directories(${target} PRIVATE "${CMAKE_SOURCE_DIR}/Tests")
   target_compile_definitions(${target} PRIVATE NP_TEST_DATA="${CMAKE_SOURCE_DIR}/Tests/Data")
   target_link_libraries(${target} PRIVATE ${arg_LINK} GTest::gtest_main)
-  # googletest's macros trip these two
-  target_compile_options(${target} PRIVATE -Wno-sign-conversion -Wno-null-dereference)
+  # googletest's macros trip this one
+  target_compile_options(${target} PRIVATE -Wno-sign-conversion)
 endfunction()

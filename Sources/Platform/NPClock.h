@@ -3,6 +3,12 @@
 
 #include "Foundation/QXDate.h"
 
+#include <string_view>
+
+// Posted on the default notification centre, with no object, when the wall clock has jumped: somebody set it,
+// or the machine woke from sleep. Before the timers that have become due by it fire.
+inline constexpr std::string_view NPSystemClockDidChangeNotification = "NPSystemClockDidChangeNotification";
+
 class NPClock {
 public:
     virtual ~NPClock() = default;

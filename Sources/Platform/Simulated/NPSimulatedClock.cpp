@@ -60,7 +60,10 @@ private:
     std::function<void()> _handler;
 };
 
-NPSimulatedClock::NPSimulatedClock(QXDate start) : _wallAnchor(start) {}
+NPSimulatedClock::NPSimulatedClock(QXDate start, QXNotificationCenter& notifications)
+    : _notifications(notifications), _wallAnchor(start)
+{
+}
 
 QXDate NPSimulatedClock::now() const
 {
@@ -128,6 +131,7 @@ void NPSimulatedClock::setWallClock(QXDate date)
 {
     _wallAnchor = date;
     _monotonicAnchor = _monotonic;
+    _notifications.postNotification(NPSystemClockDidChangeNotification, nullptr);
     advance(0.0);
 }
 

@@ -4,6 +4,7 @@
 // each at its own moment, so a year with every timer in it passes without waiting.
 #pragma once
 
+#include "Foundation/QXNotificationCenter.h"
 #include "Platform/NPClock.h"
 #include "Platform/NPMainQueue.h"
 #include "Platform/NPTimerServices.h"
@@ -14,7 +15,7 @@
 
 class NPSimulatedClock final : public NPClock, public NPTimerServices, public NPMainQueue {
 public:
-    explicit NPSimulatedClock(QXDate start);
+    NPSimulatedClock(QXDate start, QXNotificationCenter& notifications);
 
     QXDate now() const override;
     double monotonicTime() const override;
@@ -28,10 +29,11 @@ public:
     void advance(double seconds);
     void advanceTo(QXDate date); // nothing when the date has passed
 
-    // The machine sleeps that long and wakes. Wall-clock timers that fell due fire on waking.
+    // The machine sleeps that long and wakes: the jump is announced, then wall-clock timers that fell due
+    // fire.
     void sleep(double seconds);
 
-    // Somebody sets the wall clock. Timers that are due by the new time fire at once.
+    // Somebody sets the wall clock: announced, then timers that are due by the new time fire.
     void setWallClock(QXDate date);
 
     // The moment of the next firing as wall-clock time, or none when no timer is armed.
@@ -50,6 +52,7 @@ private:
     std::shared_ptr<Timer> _nextTimer() const;
     void _serveMainQueue();
 
+    QXNotificationCenter& _notifications;
     QXDate _wallAnchor;             // the wall clock when the monotonic clock …
     Nanoseconds _monotonicAnchor = 0; // … showed this
     Nanoseconds _monotonic = 0;

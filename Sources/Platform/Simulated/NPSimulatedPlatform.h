@@ -34,7 +34,7 @@ private:
 class NPSimulatedPlatform {
 public:
     explicit NPSimulatedPlatform(QXDate start = QXDate{0.0})
-        : clock(start), defaults(log, notifications), timeZones(notifications), displays(log)
+        : clock(start, notifications), defaults(log, notifications), timeZones(notifications), displays(log)
     {
     }
     NPSimulatedPlatform(const NPSimulatedPlatform&) = delete;
