@@ -1,0 +1,248 @@
+#include "Shell/NPAppController.h"
+
+#include "Foundation/QXWeakTarget.h"
+#include "Sunset & Sunrise/NPSunriseSunsetCalculator.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr double applyInterval = 6.0;
+constexpr double applyTolerance = 1.5;
+
+// Added to a deactivation's date, so that of two timers at the same instant the activation fires first.
+constexpr double deactivationOffset = 0.00001;
+
+// After a change of mode the display may take its table back once more a moment later.
+constexpr double delayedUpdateInterval = 0.05;
+
+std::shared_ptr<NPEffectTimer> timerOfGroup(const auto& table, const NPEffectGroup& group)
+{
+    const auto found = table.find(&group);
+    return found == table.end() ? nullptr : found->second;
+}
+
+} // namespace
+
+NPAppController::NPAppController(const NPPlatform& platform, NPEffectManager& effectManager,
+                                 NPScreenManager& screenManager)
+    : _platform(platform), _effectManager(effectManager), _screenManager(screenManager)
+{
+}
+
+NPAppController::~NPAppController()
+{
+    for (const TimerTable* table : {&_activationTimers, &_deactivationTimers}) {
+        for (const auto& [group, timer] : *table) {
+            timer->invalidate();
+        }
+    }
+    for (const std::shared_ptr<NPEffectTimer>& timer : {_continuousApplyTimer, _delayedUpdateTimer}) {
+        if (timer) {
+            timer->invalidate();
+        }
+    }
+}
+
+void NPAppController::applicationDidFinishLaunching()
+{
+    _initDefaults();
+    _screenManager.setColorProfileManagementEnabled(_platform.defaults.boolForKey(NPApplyToColorProfileKey));
+    _globalEffect = _effectManager.groups().front();
+    _setInitialSwitch();
+    refreshTimerActivationDeactivation();
+    _observe();
+    if (_effectManager.createdFirstEffectOnInitialization()) {
+        _screenManager.activateEffectGroup(_effectManager.groups().front(), NPTransitionKind::none,
+                                           _platform.clock.now());
+    }
+}
+
+void NPAppController::applicationWillTerminate()
+{
+    _screenManager.setScreenManagementEnabled(false);
+}
+
+void NPAppController::_initDefaults()
+{
+    _platform.defaults.registerDefaults({{std::string(NPActivateAtLaunchKey), true},
+                                         {std::string(NPApplyToColorProfileKey), true},
+                                         {std::string(NPContinuouslyApplyKey), true}});
+    const std::string name(NPUserDefaultsDidChangeNotification);
+    _platform.notifications.addObserver(_observer, name, nullptr,
+                                        [this](const QXNotification&) { _defaultsDidChange(); });
+    _platform.notifications.addObserver(_observer, name, nullptr,
+                                        [this](const QXNotification&) { _updateApplyTimer(); });
+}
+
+void NPAppController::_setInitialSwitch()
+{
+    const bool saved = _platform.defaults.boolForKey(NPEffectActiveKey);
+    if (_platform.defaults.boolForKey(NPActivateAtLaunchKey) && !saved) {
+        setEffectActive(true, true);
+    } else {
+        setEffectActive(saved, false);
+    }
+}
+
+void NPAppController::_observe()
+{
+    for (const std::string_view name : {NPEffectGroupDidChangeNotification,
+                                        NPSunriseSunsetCalculatorLocationChanged,
+                                        NPSystemTimeZoneDidChangeNotification, NPSystemClockDidChangeNotification}) {
+        _platform.notifications.addObserver(
+            _observer, std::string(name), nullptr,
+            [this](const QXNotification&) { refreshTimerActivationDeactivation(); });
+    }
+    _displaySubscription = _platform.displays.registerReconfigurationCallback(
+        [this](NPDisplayID display, std::uint32_t flags) { _displayDidChange(display, flags); });
+}
+
+void NPAppController::_defaultsDidChange()
+{
+    setEffectActive(_platform.defaults.boolForKey(NPEffectActiveKey), false);
+    _screenManager.setColorProfileManagementEnabled(_platform.defaults.boolForKey(NPApplyToColorProfileKey));
+}
+
+bool NPAppController::effectActive() const
+{
+    return _screenManager.screenManagementEnabled();
+}
+
+// An unchanged value is not written, so that it causes no announcement.
+void NPAppController::setEffectActive(bool active, bool saveState)
+{
+    if (saveState && _platform.defaults.boolForKey(NPEffectActiveKey) != active) {
+        _platform.defaults.setObject(active, NPEffectActiveKey);
+    }
+    _screenManager.setScreenManagementEnabled(active);
+    _updateApplyTimer();
+}
+
+void NPAppController::toggleGlobalEffect()
+{
+    setEffectActive(!effectActive(), true);
+}
+
+// A running timer is kept, so that its phase is not reset by every change of settings.
+void NPAppController::_updateApplyTimer()
+{
+    const bool shouldRun = effectActive() && _platform.defaults.boolForKey(NPContinuouslyApplyKey);
+    if (shouldRun && !_continuousApplyTimer) {
+        _continuousApplyTimer = NPEffectTimer::scheduledEffectTimerWithTimeInterval(
+            _platform.timers, applyInterval, weakTarget(weak_from_this(), &NPAppController::_applyTimerFired), {},
+            true, applyTolerance);
+    } else if (!shouldRun && _continuousApplyTimer) {
+        _continuousApplyTimer->invalidate();
+        _continuousApplyTimer.reset();
+    }
+}
+
+void NPAppController::_applyTimerFired(NPEffectTimer&)
+{
+    updateEffect();
+}
+
+void NPAppController::updateEffect()
+{
+    _screenManager.updateEffect();
+}
+
+void NPAppController::_displayDidChange(NPDisplayID, std::uint32_t flags)
+{
+    if ((flags & NPDisplayChangeSetMode) == 0) {
+        return;
+    }
+    updateEffect();
+    if (_delayedUpdateTimer) {
+        _delayedUpdateTimer->invalidate();
+    }
+    _delayedUpdateTimer = NPEffectTimer::scheduledEffectTimerWithTimeInterval(
+        _platform.timers, delayedUpdateInterval, weakTarget(weak_from_this(), &NPAppController::_delayedUpdate), {},
+        false, 0.0);
+}
+
+void NPAppController::_delayedUpdate(NPEffectTimer&)
+{
+    updateEffect();
+}
+
+void NPAppController::refreshTimerActivationDeactivation()
+{
+    for (TimerTable* table : {&_activationTimers, &_deactivationTimers}) {
+        for (const auto& [group, timer] : *table) {
+            timer->invalidate();
+        }
+        table->clear();
+    }
+    const QXDate now = _platform.clock.now();
+    _screenManager.fastForwardAndUpdateEffectToDate(now, NPTransitionKind::manual);
+    const NPEffectGroupList groups = _effectManager.groups();
+    for (const std::shared_ptr<NPEffectGroup>& group : groups) {
+        _updateActivationTimerForEffectGroup(group, now);
+        _updateDeactivationTimerForEffectGroup(group, now);
+    }
+}
+
+void NPAppController::_updateActivationTimerForEffectGroup(const std::shared_ptr<NPEffectGroup>& group,
+                                                           QXDate afterDate)
+{
+    _setTimer(_activationTimers, group, group->upcommingActivationDateAfterDate(afterDate),
+              &NPAppController::_timerActivation);
+}
+
+void NPAppController::_updateDeactivationTimerForEffectGroup(const std::shared_ptr<NPEffectGroup>& group,
+                                                             QXDate afterDate)
+{
+    std::optional<QXDate> date = group->upcommingDeactivationDateAfterDate(afterDate);
+    if (date) {
+        date = date->addingTimeInterval(deactivationOffset);
+    }
+    _setTimer(_deactivationTimers, group, date, &NPAppController::_timerDeactivation);
+}
+
+void NPAppController::_setTimer(TimerTable& table, const std::shared_ptr<NPEffectGroup>& group,
+                                std::optional<QXDate> date, void (NPAppController::*action)(NPEffectTimer&))
+{
+    if (const std::shared_ptr<NPEffectTimer> former = timerOfGroup(table, *group)) {
+        former->invalidate();
+    }
+    if (date) {
+        table[group.get()] = NPEffectTimer::scheduledEffectTransitionTimerWithFireDate(
+            _platform.timers, *date, weakTarget(weak_from_this(), action), group);
+    } else {
+        table.erase(group.get());
+    }
+}
+
+void NPAppController::_timerActivation(NPEffectTimer& timer)
+{
+    const auto group = std::any_cast<std::shared_ptr<NPEffectGroup>>(timer.userInfo());
+    const QXDate date = _eventDate(timer);
+    _screenManager.activateEffectGroup(group, NPTransitionKind::timed, date);
+    _updateActivationTimerForEffectGroup(group, date);
+}
+
+void NPAppController::_timerDeactivation(NPEffectTimer& timer)
+{
+    const auto group = std::any_cast<std::shared_ptr<NPEffectGroup>>(timer.userInfo());
+    const QXDate date = _eventDate(timer);
+    _screenManager.deactivateEffectGroup(group, NPTransitionKind::timed, date);
+    _updateDeactivationTimerForEffectGroup(group, date);
+}
+
+// A timer that fires late counts from now, for the change as for the next date.
+QXDate NPAppController::_eventDate(const NPEffectTimer& timer) const
+{
+    return std::max(_platform.clock.now(), timer.fireDate().value_or(_platform.clock.now()));
+}
+
+std::shared_ptr<NPEffectTimer> NPAppController::activationTimer(const NPEffectGroup& group) const
+{
+    return timerOfGroup(_activationTimers, group);
+}
+
+std::shared_ptr<NPEffectTimer> NPAppController::deactivationTimer(const NPEffectGroup& group) const
+{
+    return timerOfGroup(_deactivationTimers, group);
+}

@@ -1,0 +1,80 @@
+// The conductor: the global switch, the activation and deactivation timers of every group, the periodic
+// rewriting of the tables, and the reactions to changed settings and displays. It does no gamma work itself;
+// every change goes to the screen manager. Main thread only.
+#pragma once
+
+#include "Effects/NPEffectManager.h"
+#include "Effects/NPEffectTimer.h"
+#include "Screens/NPScreenManager.h"
+
+#include <map>
+#include <memory>
+
+// Settings keys. All but the last are registered with defaults; NPEffectActiveKey (see NPScreenManager) is
+// not, and reads as false while absent.
+inline constexpr std::string_view NPActivateAtLaunchKey = "ActivateAtLaunch";       // true: on at every launch
+inline constexpr std::string_view NPApplyToColorProfileKey = "ApplyToColorProfile"; // true
+inline constexpr std::string_view NPContinuouslyApplyKey = "ContinuouslyApply";     // true: rewrite every 6 s
+
+class NPAppController : public std::enable_shared_from_this<NPAppController> {
+public:
+    // Holds the references for its lifetime. Make it with std::make_shared: its timers hold it weakly.
+    NPAppController(const NPPlatform& platform, NPEffectManager& effectManager, NPScreenManager& screenManager);
+    ~NPAppController();
+
+    // Start-up: the switch, the timers, the observers; on a first run the default group is activated.
+    void applicationDidFinishLaunching();
+
+    // Gives every display back. The saved switch stays, so the next launch restores it.
+    void applicationWillTerminate();
+
+    // The global switch. The saved value is its master: whoever changes the setting switches.
+    bool effectActive() const;
+    void setEffectActive(bool active, bool saveState);
+    void toggleGlobalEffect();
+
+    // The first group at launch.
+    const std::shared_ptr<NPEffectGroup>& currentEffect() const { return _globalEffect; }
+    void setCurrentEffect(std::shared_ptr<NPEffectGroup> group) { _globalEffect = std::move(group); }
+
+    // Catches up to now and arms every group's timers anew: at launch, and when the machine woke, or the
+    // clock, the time zone, the location or a group has changed.
+    void refreshTimerActivationDeactivation();
+
+    void updateEffect(); // the current tables, written again
+
+    // Pending timers by group, to look at; none for a group without an upcoming date.
+    std::shared_ptr<NPEffectTimer> activationTimer(const NPEffectGroup& group) const;
+    std::shared_ptr<NPEffectTimer> deactivationTimer(const NPEffectGroup& group) const;
+
+private:
+    // Keyed by the group object, not by its identifier.
+    using TimerTable = std::map<const NPEffectGroup*, std::shared_ptr<NPEffectTimer>>;
+
+    void _initDefaults();
+    void _setInitialSwitch();
+    void _observe();
+    void _defaultsDidChange();
+    void _updateApplyTimer();
+    void _applyTimerFired(NPEffectTimer& timer);
+    void _displayDidChange(NPDisplayID display, std::uint32_t flags);
+    void _delayedUpdate(NPEffectTimer& timer);
+    void _updateActivationTimerForEffectGroup(const std::shared_ptr<NPEffectGroup>& group, QXDate afterDate);
+    void _updateDeactivationTimerForEffectGroup(const std::shared_ptr<NPEffectGroup>& group, QXDate afterDate);
+    void _timerActivation(NPEffectTimer& timer);
+    void _timerDeactivation(NPEffectTimer& timer);
+    QXDate _eventDate(const NPEffectTimer& timer) const;
+    void _setTimer(TimerTable& table, const std::shared_ptr<NPEffectGroup>& group, std::optional<QXDate> date,
+                   void (NPAppController::*action)(NPEffectTimer&));
+
+    NPPlatform _platform;
+    NPEffectManager& _effectManager;
+    NPScreenManager& _screenManager;
+    QXNotificationObserver _observer;
+    NPDisplaySubscription _displaySubscription;
+    std::shared_ptr<NPEffectGroup> _globalEffect;
+    std::shared_ptr<NPEffectTimer> _continuousApplyTimer;
+    std::shared_ptr<NPEffectTimer> _delayedUpdateTimer;
+    TimerTable _activationTimers;
+    TimerTable _deactivationTimers;
+};
