@@ -1,0 +1,40 @@
+// The way between processes: the interface org.nightpane.Nightpane1 on the session bus.
+//
+// It lives in a module of its own (nightpane-dbus.so) that is loaded only where there is a session bus, and
+// by the engine only after its first table is on the screen: the D-Bus libraries would otherwise cost every
+// start more time and memory than the rest of the program.
+#pragma once
+
+#include "Platform/Linux/NPMainLoopLinux.h"
+#include "Platform/NPControl.h"
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+
+// An instance's presence on the bus. It serves requests from the main loop until it is destroyed.
+class NPControlExport {
+public:
+    virtual ~NPControlExport() = default;
+
+    // Announce to whoever listens that the list or the settings of effects, or what is on, has changed.
+    virtual void emitEffectsChanged() = 0;
+    virtual void emitStateChanged(bool effectActive) = 0;
+};
+
+class NPControlBus {
+public:
+    virtual ~NPControlBus() = default;
+
+    // Loads the module and connects to the session bus. None, with a line that says why, when there is no
+    // bus (an empty line: none is expected here) or it cannot be reached.
+    static std::expected<std::shared_ptr<NPControlBus>, std::string> open();
+
+    // The instance that runs, or nullptr.
+    virtual std::unique_ptr<NPControl> runningInstance() = 0;
+
+    // Takes the well-known name and serves the control there. The error is one line ("the name is taken").
+    virtual std::expected<std::unique_ptr<NPControlExport>, std::string> publish(NPControl& control,
+                                                                                 NPMainLoopLinux& loop) = 0;
+};
