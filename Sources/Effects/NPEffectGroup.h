@@ -82,6 +82,11 @@ public:
     NPColorFilterEffect& colorFilterEffect() { return _colorFilterEffect; }
     NPHideStripesEffect& overexposureEffect() { return _overexposureEffect; }
     NPHDTVLuminanceEffect& hdtvLuminanceEffect() { return _hdtvLuminanceEffect; }
+    const NPInvertEffect& invertEffect() const { return _invertEffect; }
+    const NPDimEffect& dimEffect() const { return _dimEffect; }
+    const NPColorFilterEffect& colorFilterEffect() const { return _colorFilterEffect; }
+    const NPHideStripesEffect& overexposureEffect() const { return _overexposureEffect; }
+    const NPHDTVLuminanceEffect& hdtvLuminanceEffect() const { return _hdtvLuminanceEffect; }
     const std::array<NPEffect*, 5>& orderedEffects() const { return _orderedEffects; }
 
     bool boolForKey(std::string_view key) const override;
