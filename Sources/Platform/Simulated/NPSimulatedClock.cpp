@@ -9,6 +9,7 @@ namespace {
 
 constexpr double nanosecondsPerSecond = 1e9;
 constexpr double furthest = 9e18; // due times beyond this never come
+constexpr auto never = static_cast<std::int64_t>(furthest);
 
 std::int64_t saturated(double nanoseconds)
 {
@@ -33,16 +34,24 @@ public:
     {
         armed = false;
         _cancelled = true;
-        _handler = nullptr;
+        const auto dropped = std::exchange(_handler, nullptr); // last: it may hold the last reference to this
     }
 
-    void fire()
+    void fire(Nanoseconds monotonic, QXDate wall)
     {
-        const double interval = static_cast<double>(_interval);
+        // What was missed, in a jump or before resume(), counts as one firing; the phase stays.
         if (wallDue) {
-            wallDue = wallDue->addingTimeInterval(interval / nanosecondsPerSecond);
+            const double interval = static_cast<double>(_interval) / nanosecondsPerSecond;
+            const double missed = std::floor(std::max(wall.timeIntervalSince(*wallDue), 0.0) / interval);
+            const QXDate next = wallDue->addingTimeInterval((missed + 1.0) * interval);
+            // Intervals below what a date can tell apart must advance all the same.
+            const double least = std::nextafter(wall.timeIntervalSinceReferenceDate, furthest);
+            wallDue = next > wall ? next : QXDate{least};
         } else {
-            monotonicDue = saturated(static_cast<double>(monotonicDue) + interval);
+            const auto elapsed = static_cast<std::uint64_t>(monotonic - monotonicDue);
+            const std::uint64_t wait = _interval - elapsed % _interval;
+            const auto room = static_cast<std::uint64_t>(never - monotonic);
+            monotonicDue = wait < room ? monotonic + static_cast<Nanoseconds>(wait) : never;
         }
         if (const std::function<void()> handler = _handler) { // a copy: the handler may cancel its timer
             handler();
@@ -108,7 +117,7 @@ void NPSimulatedClock::advance(double seconds)
             break;
         }
         _monotonic = std::max(_monotonic, due);
-        timer->fire();
+        timer->fire(_monotonic, now());
         _serveMainQueue();
     }
     _monotonic = end;
