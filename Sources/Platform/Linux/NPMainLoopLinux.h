@@ -1,7 +1,18 @@
 // The main loop of the programs on Linux: one epoll set that waits for timers, file descriptors and work
 // from other threads. It is also the clock, the timer service and the main queue of its platform.
+//
+// The thread that makes the loop is the main thread; all but performOnMain() is for it alone. Each turn of
+// the loop serves the descriptors that are ready, then the timers that are due on either clock, the longest
+// overdue first, then the work that has been queued. A handler may add and drop watches and timers, its own
+// included, and serve events itself. Watches and timers may outlive the loop; they are dead then. With
+// nothing to do the loop sleeps without waking.
+//
+// CLOCK_REALTIME is the wall clock; CLOCK_MONOTONIC is the other one, and stands still in sleep. When the wall
+// clock was set, or the machine has slept, the loop wakes at once, announces it, and fires what is due by the
+// new time. Timers fire as soon as they are due: leeway is permission, and is not needed.
 #pragma once
 
+#include "Foundation/QXNotificationCenter.h"
 #include "Platform/NPClock.h"
 #include "Platform/NPMainQueue.h"
 #include "Platform/NPTimerServices.h"
@@ -15,7 +26,10 @@ using NPWatch = std::shared_ptr<void>;
 
 class NPMainLoopLinux final : public NPClock, public NPTimerServices, public NPMainQueue {
 public:
-    NPMainLoopLinux(); // stops the program when the kernel gives no epoll set or timers
+    // Announces changes of the wall clock on that centre, if given. Stops the program when the kernel gives
+    // no epoll set or timers.
+    NPMainLoopLinux();
+    explicit NPMainLoopLinux(QXNotificationCenter& notifications);
     ~NPMainLoopLinux() override;
     NPMainLoopLinux(const NPMainLoopLinux&) = delete;
     NPMainLoopLinux& operator=(const NPMainLoopLinux&) = delete;
@@ -29,7 +43,8 @@ public:
     void performOnMain(std::function<void()> work) override;
 
     // Calls the handler with the epoll events (EPOLLIN …) that are ready, level-triggered. The descriptor
-    // stays the caller's; drop the watch before closing it.
+    // stays the caller's; drop the watch before closing it. Gives nullptr, and a line in the log, for what
+    // cannot be watched: a regular file, or a descriptor that is being watched already.
     [[nodiscard]] NPWatch watchFileDescriptor(int descriptor, std::uint32_t events,
                                               std::function<void(std::uint32_t ready)> handler);
 
@@ -37,7 +52,7 @@ public:
     // to write. Installed for as long as somebody holds the result.
     [[nodiscard]] NPWatch watchBeforeWaiting(std::function<void()> handler);
 
-    // Serves events until stop() is called, from a handler or before.
+    // Serves events until stop() is called, from a handler or before; the turn in progress ends first.
     void run();
     void stop();
 
