@@ -16,16 +16,17 @@ std::shared_ptr<NPEffectTimer> NPEffectTimer::scheduledEffectTimerWithTimeInterv
                                                                                    double tolerance)
 {
     const std::uint64_t nanoseconds = NPNanosecondsFromSeconds(interval);
-    return timerWithDispatchSource(services.makeMonotonicTimer(nanoseconds, nanoseconds, NPNanosecondsFromSeconds(tolerance)),
-                 std::move(target), std::move(userInfo), repeats, std::nullopt);
+    const std::uint64_t leeway = NPNanosecondsFromSeconds(tolerance);
+    return timerWithDispatchSource(services.makeMonotonicTimer(nanoseconds, nanoseconds, leeway),
+                                   std::move(target), std::move(userInfo), repeats, std::nullopt);
 }
 
 std::shared_ptr<NPEffectTimer>
 NPEffectTimer::scheduledEffectTransitionTimerWithFireDate(NPTimerServices& services, QXDate fireDate,
                                                           Target target, std::any userInfo)
 {
-    return timerWithDispatchSource(services.makeWallClockTimer(fireDate, wallClockInterval, wallClockLeeway), std::move(target),
-                 std::move(userInfo), false, fireDate);
+    return timerWithDispatchSource(services.makeWallClockTimer(fireDate, wallClockInterval, wallClockLeeway),
+                                   std::move(target), std::move(userInfo), false, fireDate);
 }
 
 std::shared_ptr<NPEffectTimer>
