@@ -244,23 +244,23 @@ std::string onOrOff(bool on)
     return on ? "on" : "off";
 }
 
-// A number of single precision in its own shortest form: 0.3, not 0.30000001192092896.
-std::string singleDescription(double value)
+// A number of single precision, times a factor, in its own shortest form: 30, not 30.000001192092896.
+std::string singleDescription(double value, double factor = 1.0)
 {
     const float single = static_cast<float>(value);
-    for (int digits = 1; digits < 9; ++digits) {
+    for (int digits = 0; digits < 9; ++digits) {
         const double scale = std::pow(10.0, digits);
-        const double rounded = std::round(value * scale) / scale;
-        if (static_cast<float>(rounded) == single) {
+        const double rounded = std::round(value * factor * scale) / scale;
+        if (static_cast<float>(rounded / factor) == single) {
             return QXDoubleDescription(rounded);
         }
     }
-    return QXDoubleDescription(value);
+    return QXDoubleDescription(value * factor);
 }
 
 std::string shareDescription(float share)
 {
-    return share == 0.0F ? "off" : singleDescription(static_cast<double>(share) * 100.0) + '%';
+    return share == 0.0F ? "off" : singleDescription(static_cast<double>(share), 100.0) + '%';
 }
 
 std::string timerDescription(NPEffectTimerKind kind, const QXDateComponents& time)

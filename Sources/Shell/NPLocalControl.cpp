@@ -127,30 +127,37 @@ NPControlResult<QXDictionary> NPLocalControl::status()
     return status;
 }
 
+// Whoever activates an effect wants to see it, in the fade asked for: so the switch goes on first.
 NPControlResult<void> NPLocalControl::activate(const std::string& effect, const std::string& fade)
 {
-    NPControlResult<void> changed = _change(effect, fade, &NPScreenManager::activateEffectGroup);
-    if (changed) {
-        // Whoever activates an effect wants to see it.
-        _platform.defaults.setObject(true, NPEffectActiveKey);
-        _followSwitch();
+    const NPControlResult<Request> request = _request(effect, fade);
+    if (!request) {
+        return std::unexpected(request.error());
     }
-    return changed;
+    setEffectActive(true);
+    _screenManager.activateEffectGroup(request->group, request->transition, _platform.clock.now());
+    return {};
 }
 
 NPControlResult<void> NPLocalControl::deactivate(const std::string& effect, const std::string& fade)
 {
-    return _change(effect, fade, &NPScreenManager::deactivateEffectGroup);
+    const NPControlResult<Request> request = _request(effect, fade);
+    if (!request) {
+        return std::unexpected(request.error());
+    }
+    _screenManager.deactivateEffectGroup(request->group, request->transition, _platform.clock.now());
+    return {};
 }
 
 NPControlResult<void> NPLocalControl::toggle(const std::string& effect, const std::string& fade)
 {
-    NPControlResult<void> changed = _change(effect, fade, &NPScreenManager::toggleEffectGroup);
-    _followSwitch();
-    return changed;
+    const NPControlResult<Group> group = _group(effect);
+    const bool isOn = group && _screenManager.combinedStateForEffectGroup(**group) == 1;
+    return isOn ? deactivate(effect, fade) : activate(effect, fade);
 }
 
-NPControlResult<void> NPLocalControl::_change(const std::string& effect, const std::string& fade, Change change)
+NPControlResult<NPLocalControl::Request> NPLocalControl::_request(const std::string& effect,
+                                                                  const std::string& fade) const
 {
     const std::optional<NPTransitionKind> transition = transitionKind(fade);
     if (!transition) {
@@ -160,21 +167,15 @@ NPControlResult<void> NPLocalControl::_change(const std::string& effect, const s
     if (!group) {
         return std::unexpected(group.error());
     }
-    (_screenManager.*change)(*group, *transition, _platform.clock.now());
-    return {};
-}
-
-NPControlResult<void> NPLocalControl::setEffectActive(bool active)
-{
-    _platform.defaults.setObject(active, NPEffectActiveKey);
-    _followSwitch();
-    return {};
+    return Request{*group, *transition};
 }
 
 // Where no application controller follows the saved switch, as in a single command, it is followed here.
-void NPLocalControl::_followSwitch()
+NPControlResult<void> NPLocalControl::setEffectActive(bool active)
 {
-    _screenManager.setScreenManagementEnabled(_platform.defaults.boolForKey(NPEffectActiveKey));
+    _platform.defaults.setObject(active, NPEffectActiveKey);
+    _screenManager.setScreenManagementEnabled(active);
+    return {};
 }
 
 NPControlResult<std::string> NPLocalControl::addEffect(const std::string& name, const NPControlSettings& settings)

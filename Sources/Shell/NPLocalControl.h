@@ -43,16 +43,19 @@ public:
 
 private:
     using Group = std::shared_ptr<NPEffectGroup>;
-    using Change = void (NPScreenManager::*)(const Group&, NPTransitionKind, QXDate);
+
+    struct Request {
+        Group group;
+        NPTransitionKind transition;
+    };
 
     NPControlResult<std::size_t> _indexOfEffect(const std::string& effect) const;
     NPControlResult<Group> _group(const std::string& effect) const;
-    NPControlResult<void> _change(const std::string& effect, const std::string& fade, Change change);
+    NPControlResult<Request> _request(const std::string& effect, const std::string& fade) const;
     NPControlResult<NPDisplayID> _screen(const std::string& screen) const;
     NPDisplayList _onlineDisplays() const;
     QXDictionary _effectDescription(const NPEffectGroup& group) const;
     QXDictionary _screenDescription(NPDisplayID screen, std::size_t position) const;
-    void _followSwitch();
 
     NPPlatform _platform;
     NPEffectManager& _effectManager;
