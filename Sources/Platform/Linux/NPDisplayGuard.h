@@ -1,0 +1,52 @@
+// A small second process that gives the displays back when this one cannot any more: after a crash, an abort
+// or a SIGKILL.
+//
+// It is started before anything else and holds the displays' own tables, which it is told before they are
+// changed. When this process ends without a goodbye, the kernel closes the channel between the two, and the
+// guard writes the tables back over a connection of its own. It keeps nothing else of this process: no
+// terminal, no working folder, no descriptor but standard error. It does not end by the signals that end a
+// session or a service; it ends with this process.
+//
+// The guard may end, or be killed, without harm: this process goes on.
+#pragma once
+
+#include "Platform/Linux/NPBaseRecordX11.h"
+#include "Platform/Linux/NPFileDescriptor.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+class NPDisplayGuard {
+public:
+    // Forks: to be called at the very beginning, while there is one thread and nothing in memory that the
+    // guard would keep. None when there can be no guard; one line in the log says why.
+    static std::unique_ptr<NPDisplayGuard> start();
+
+    // Ends the guard's wait. Without a goodbye() it gives the displays back now.
+    ~NPDisplayGuard() = default;
+    NPDisplayGuard(const NPDisplayGuard&) = delete;
+    NPDisplayGuard& operator=(const NPDisplayGuard&) = delete;
+
+    // Which X server to go to (empty: the one in DISPLAY), how this process marks its records there, and the
+    // window that marks its connection. Once, before holdBaseTable().
+    void watchDisplay(const std::string& displayName, std::uint64_t owner, std::uint32_t ownerWindow);
+
+    // A CRTC's own table; replaces an earlier one of the same CRTC.
+    void holdBaseTable(std::uint32_t crtc, const NPBaseRecordX11& record);
+
+    // Every display has its own table again: the guard ends without touching them. To be said only when the
+    // server has confirmed that (NPDisplayServices::finishWriting() was true).
+    void goodbye();
+
+    int processIdentifier() const { return _process; }
+
+private:
+    NPDisplayGuard(NPFileDescriptor channel, int process) : _channel(std::move(channel)), _process(process) {}
+
+    void _send(std::uint32_t kind, std::span<const std::uint8_t> content);
+
+    NPFileDescriptor _channel;
+    const int _process;
+};

@@ -1,0 +1,94 @@
+#include "Platform/Linux/NPDisplayListX11.h"
+
+#include "Platform/Linux/NPEdid.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace {
+
+const NPDisplayX11* displayWithIdentifier(const NPDisplayListX11& list, NPDisplayID identifier)
+{
+    const auto found = std::ranges::find(list, identifier, &NPDisplayX11::identifier);
+    return found == list.end() ? nullptr : &*found;
+}
+
+bool isSetAlike(const NPDisplayX11& left, const NPDisplayX11& right)
+{
+    return left.crtc == right.crtc && left.area.x == right.area.x && left.area.y == right.area.y
+           && left.area.width == right.area.width && left.area.height == right.area.height
+           && left.mode == right.mode && left.rotation == right.rotation && left.tableSize == right.tableSize
+           && left.isCopy == right.isCopy;
+}
+
+std::uint32_t changeFlags(const NPDisplayX11* before, const NPDisplayX11& after, const NPLayoutEventsX11& events)
+{
+    std::uint32_t flags = 0;
+    if (before == nullptr || events.outputsInterrupted.contains(after.output)) {
+        flags |= NPDisplayChangeAdd;
+    }
+    if (before != nullptr && (!isSetAlike(*before, after) || events.crtcsSet.contains(after.crtc))) {
+        flags |= NPDisplayChangeSetMode;
+    }
+    return flags;
+}
+
+} // namespace
+
+NPDisplayListX11 NPDisplayListFromLayoutX11(const NPLayoutX11& layout, NPDisplayIdentities& identities)
+{
+    std::vector<std::optional<NPEdid>> edids;
+    std::vector<NPDisplayIdentities::Screen> screens;
+    for (const NPOutputX11& output : layout.outputs) {
+        edids.push_back(NPEdidParse(output.edid));
+        screens.push_back({output.output, output.connector, edids.back() ? edids.back()->identity : ""});
+    }
+    // All connected displays, so that one that is merely switched off keeps its identifier from its twin.
+    const std::vector<NPDisplayID> identifiers = identities.identify(screens);
+
+    NPDisplayListX11 list;
+    for (std::size_t i = 0; i < layout.outputs.size(); ++i) {
+        const NPOutputX11& output = layout.outputs[i];
+        const auto crtc = std::ranges::find(layout.crtcs, output.crtc, &NPCrtcX11::crtc);
+        if (output.crtc == 0 || crtc == layout.crtcs.end()) {
+            continue;
+        }
+        const bool isNamed = edids[i] && !edids[i]->monitorName.empty();
+        list.push_back({.identifier = identifiers[i],
+                        .output = output.output,
+                        .crtc = output.crtc,
+                        .name = isNamed ? edids[i]->monitorName : output.connector,
+                        .area = crtc->area,
+                        .mode = crtc->mode,
+                        .rotation = crtc->rotation,
+                        .tableSize = crtc->table.size()});
+    }
+    std::ranges::stable_partition(
+        list, [&](const NPDisplayX11& display) { return display.output == layout.primary; });
+    if (list.size() > NPDisplayListCapacity) {
+        list.erase(list.begin() + NPDisplayListCapacity, list.end());
+    }
+    std::set<xcb_randr_crtc_t> crtcs;
+    for (NPDisplayX11& display : list) {
+        display.isCopy = !crtcs.insert(display.crtc).second;
+    }
+    return list;
+}
+
+std::vector<NPDisplayChangeX11> NPDisplayChangesX11(const NPDisplayListX11& before, const NPDisplayListX11& after,
+                                                    const NPLayoutEventsX11& events)
+{
+    std::vector<NPDisplayChangeX11> changes;
+    for (const NPDisplayX11& display : before) {
+        if (displayWithIdentifier(after, display.identifier) == nullptr) {
+            changes.push_back({display.identifier, NPDisplayChangeRemove});
+        }
+    }
+    for (const NPDisplayX11& display : after) {
+        const NPDisplayX11* const former = displayWithIdentifier(before, display.identifier);
+        if (const std::uint32_t flags = changeFlags(former, display, events); flags != 0) {
+            changes.push_back({display.identifier, flags});
+        }
+    }
+    return changes;
+}

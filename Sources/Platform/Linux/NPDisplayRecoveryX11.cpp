@@ -1,0 +1,105 @@
+#include "Platform/Linux/NPDisplayRecoveryX11.h"
+
+#include "Platform/Linux/NPConnectionX11.h"
+#include "Platform/Linux/NPLayoutX11.h"
+
+#include <xcb/randr.h>
+
+#include <string_view>
+#include <vector>
+
+namespace {
+
+class Recovery {
+public:
+    Recovery(NPConnectionX11& connection, const NPDisplayRecoveryX11& recovery)
+        : _connection(connection), _recovery(recovery)
+    {
+    }
+
+    void run();
+
+private:
+    void _endOwnersConnection();
+    void _recover(xcb_randr_crtc_t crtc, xcb_atom_t recordName, const NPHardwareTable& base);
+
+    NPConnectionX11& _connection;
+    const NPDisplayRecoveryX11& _recovery;
+};
+
+void Recovery::run()
+{
+    xcb_connection_t* const handle = _connection.handle();
+    std::vector<unsigned int> nameRequests;
+    for (const auto& [crtc, record] : _recovery.baseRecords) {
+        nameRequests.push_back(_connection.requestAtom(NPBaseRecordX11Name(crtc)));
+    }
+    std::vector<xcb_atom_t> names;
+    for (const unsigned int request : nameRequests) {
+        names.push_back(_connection.atomReply(request));
+    }
+
+    // Nobody else may act between the look at a record and the writing.
+    xcb_grab_server(handle);
+    _endOwnersConnection();
+    auto name = names.begin();
+    for (const auto& [crtc, record] : _recovery.baseRecords) {
+        const auto request = xcb_get_property(handle, 0, _connection.root(), *name, XCB_ATOM_CARDINAL, 0,
+                                              NPLongestBaseRecordX11);
+        const auto property = _connection.reply<xcb_get_property_reply_t>(request.sequence);
+        const auto current = NPBaseRecordFromReplyX11(property.get());
+        if (current && current->owner == _recovery.owner) {
+            _recover(crtc, *name, record.table);
+        }
+        ++name;
+    }
+    xcb_ungrab_server(handle);
+}
+
+// What the owner wrote last may still lie unread in its socket, and must not be carried out after our tables.
+void Recovery::_endOwnersConnection()
+{
+    if (_recovery.ownerWindow == 0) {
+        return;
+    }
+    const std::string expected = NPOwnerWindowNameX11(_recovery.owner);
+    const auto request = xcb_get_property(_connection.handle(), 0, _recovery.ownerWindow, XCB_ATOM_WM_NAME,
+                                          XCB_ATOM_STRING, 0, 64);
+    const auto property = _connection.reply<xcb_get_property_reply_t>(request.sequence);
+    // The number of the window may belong to somebody else by now.
+    if (property && property->format == 8
+        && std::string_view(static_cast<const char*>(xcb_get_property_value(property.get())), property->value_len)
+               == expected) {
+        xcb_kill_client(_connection.handle(), _recovery.ownerWindow);
+    }
+}
+
+void Recovery::_recover(xcb_randr_crtc_t crtc, xcb_atom_t recordName, const NPHardwareTable& base)
+{
+    xcb_connection_t* const handle = _connection.handle();
+    const auto request = xcb_randr_get_crtc_gamma_size(handle, crtc);
+    const auto answer = _connection.reply<xcb_randr_get_crtc_gamma_size_reply_t>(request.sequence);
+    if (answer && answer->size >= NPHardwareTable::minimumSize) {
+        const NPHardwareTable table = NPHardwareTableResized(base, answer->size);
+        xcb_randr_set_crtc_gamma(handle, crtc, answer->size, table.channel(0).data(), table.channel(1).data(),
+                                 table.channel(2).data());
+    }
+    xcb_delete_property(handle, _connection.root(), recordName);
+}
+
+} // namespace
+
+std::string NPOwnerWindowNameX11(std::uint64_t owner)
+{
+    return "Nightpane " + std::to_string(owner);
+}
+
+bool NPRecoverDisplaysX11(const NPDisplayRecoveryX11& recovery)
+{
+    auto connection = NPConnectionX11::open(recovery.displayName);
+    if (!connection) {
+        return true; // no server, no displays
+    }
+    Recovery(*connection, recovery).run();
+    return (connection->isResponding() && connection->synchronize()) || connection->isLost();
+}

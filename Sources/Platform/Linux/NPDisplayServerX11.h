@@ -1,0 +1,63 @@
+// The working parts behind NPDisplayServicesX11: one connection, its events, and the state they keep up to
+// date. See there for what it does.
+#pragma once
+
+#include "Platform/Linux/NPConnectionX11.h"
+#include "Platform/Linux/NPCrtcTablesX11.h"
+#include "Platform/Linux/NPDisplayListX11.h"
+#include "Platform/Linux/NPLayoutX11.h"
+#include "Platform/Linux/NPMainLoopLinux.h"
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+class NPDisplayServerX11 {
+public:
+    static std::expected<std::unique_ptr<NPDisplayServerX11>, std::string>
+    open(const std::string& displayName, NPMainLoopLinux& loop, NPDisplayGuard* guard);
+
+    NPDisplayServerX11(const NPDisplayServerX11&) = delete;
+    NPDisplayServerX11& operator=(const NPDisplayServerX11&) = delete;
+
+    bool isLost() const { return _connection.isLost(); }
+    const NPDisplayListX11& displays() const { return _displays; }
+    NPCrtcTablesX11& tables() { return _tables; }
+    bool finishWriting();
+
+    NPDisplaySubscription addCallback(NPDisplayReconfigurationCallback callback);
+    std::function<void()> connectionLostHandler;
+
+private:
+    NPDisplayServerX11(NPConnectionX11 connection, NPMainLoopLinux& loop, NPDisplayGuard* guard,
+                       std::uint64_t owner);
+
+    std::expected<void, std::string> _begin();
+    void _markConnection(NPDisplayGuard& guard, std::uint64_t owner);
+
+    void _prepareToWait();
+    void _watchDescriptor(std::uint32_t events);
+    void _takeEvents(xcb_generic_event_t* (*next)(xcb_connection_t* handle));
+    void _takeEvent(const xcb_generic_event_t& event, NPLayoutEventsX11& events);
+    void _takeRandREvent(const xcb_randr_notify_event_t& event, NPLayoutEventsX11& events) const;
+    void _takeError(const xcb_generic_error_t& error);
+    bool _updateLayout();
+    void _adopt(const NPLayoutX11& layout);
+    void _tellChanges(const std::vector<NPDisplayChangeX11>& changes);
+    void _tellLoss();
+
+    NPConnectionX11 _connection;
+    NPMainLoopLinux& _loop;
+    NPCrtcTablesX11 _tables;
+    std::optional<NPLayoutReaderX11> _reader; // none until _begin()
+    NPDisplayIdentities _identities;
+    NPDisplayListX11 _displays;
+    NPLayoutEventsX11 _events; // since the layout was read
+    bool _hasBeenRefused = false;
+    std::vector<std::weak_ptr<const NPDisplayReconfigurationCallback>> _callbacks;
+    std::uint32_t _watchedEvents = 0;
+    NPWatch _descriptorWatch;
+    NPWatch _turnWatch;
+};

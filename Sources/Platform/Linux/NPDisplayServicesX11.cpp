@@ -1,0 +1,143 @@
+#include "Platform/Linux/NPDisplayServicesX11.h"
+
+#include "Platform/Linux/NPDisplayServerX11.h"
+
+#include <algorithm>
+#include <ranges>
+#include <utility>
+
+namespace {
+
+// The identifiers of the displays that the condition holds for.
+template <typename Condition>
+std::optional<NPDisplayList> listedDisplays(const NPDisplayServerX11& server, std::size_t capacity,
+                                            Condition condition)
+{
+    if (server.isLost()) {
+        return std::nullopt;
+    }
+    NPDisplayList list;
+    for (const NPDisplayX11& display : server.displays() | std::views::filter(condition)) {
+        if (list.size() < capacity) {
+            list.push_back(display.identifier);
+        }
+    }
+    return list;
+}
+
+// None when it is not online.
+const NPDisplayX11* onlineDisplay(const NPDisplayServerX11& server, NPDisplayID identifier)
+{
+    const auto found = std::ranges::find(server.displays(), identifier, &NPDisplayX11::identifier);
+    return found == server.displays().end() || server.isLost() ? nullptr : &*found;
+}
+
+// Whether two stretches have a point in common. The end of a stretch is not part of it, except when it is
+// nothing but a point.
+bool overlap(double left, double leftLength, double right, double rightLength)
+{
+    const bool beginsInside = left >= right && left < right + rightLength;
+    const bool reachesInto = left < right && left + leftLength > right;
+    return beginsInside || reachesInto;
+}
+
+} // namespace
+
+NPDisplayServicesX11::NPDisplayServicesX11(std::unique_ptr<NPDisplayServerX11> server)
+    : _server(std::move(server))
+{
+}
+
+NPDisplayServicesX11::~NPDisplayServicesX11() = default;
+
+std::expected<std::unique_ptr<NPDisplayServicesX11>, std::string>
+NPDisplayServicesX11::open(const std::string& displayName, NPMainLoopLinux& loop, NPDisplayGuard* guard)
+{
+    auto server = NPDisplayServerX11::open(displayName, loop, guard);
+    if (!server) {
+        return std::unexpected(server.error());
+    }
+    return std::unique_ptr<NPDisplayServicesX11>(new NPDisplayServicesX11(std::move(*server)));
+}
+
+void NPDisplayServicesX11::onConnectionLost(std::function<void()> handler)
+{
+    _server->connectionLostHandler = std::move(handler);
+}
+
+std::optional<NPDisplayList> NPDisplayServicesX11::onlineDisplayList(std::size_t capacity) const
+{
+    return listedDisplays(*_server, capacity, [](const NPDisplayX11&) { return true; });
+}
+
+std::optional<NPDisplayList> NPDisplayServicesX11::activeDisplayList(std::size_t capacity) const
+{
+    return listedDisplays(*_server, capacity, [](const NPDisplayX11& display) { return !display.isCopy; });
+}
+
+std::optional<NPDisplayList> NPDisplayServicesX11::displaysWithRect(const NPRect& rect,
+                                                                    std::size_t capacity) const
+{
+    // The X screen's origin is the corner of all displays together, the rectangle's that of the main display.
+    const NPRect main = _server->displays().empty() ? NPRect{} : _server->displays().front().area;
+    return listedDisplays(*_server, capacity, [&](const NPDisplayX11& display) {
+        return !display.isCopy
+               && overlap(rect.x + main.x, rect.width, display.area.x, display.area.width)
+               && overlap(rect.y + main.y, rect.height, display.area.y, display.area.height);
+    });
+}
+
+NPDisplayID NPDisplayServicesX11::mainDisplay() const
+{
+    const std::optional<NPDisplayList> list = onlineDisplayList(1);
+    return list && !list->empty() ? list->front() : 0;
+}
+
+std::string NPDisplayServicesX11::displayName(NPDisplayID display) const
+{
+    const NPDisplayX11* const found = onlineDisplay(*_server, display);
+    return found == nullptr ? std::string() : found->name;
+}
+
+bool NPDisplayServicesX11::getDisplayTransferTable(NPDisplayID display, QXGammaTable& table)
+{
+    const NPDisplayX11* const found = onlineDisplay(*_server, display);
+    const auto shown = found == nullptr ? std::nullopt : _server->tables().shownTable(found->crtc);
+    if (shown) {
+        table = *shown;
+    }
+    return shown.has_value();
+}
+
+bool NPDisplayServicesX11::setDisplayTransferTable(NPDisplayID display, const QXGammaTable& table)
+{
+    const NPDisplayX11* const found = onlineDisplay(*_server, display);
+    if (found == nullptr || table.sampleCount == 0) {
+        return false;
+    }
+    return found->isCopy || _server->tables().write(found->crtc, table);
+}
+
+void NPDisplayServicesX11::restoreColorSyncSettings()
+{
+    _server->tables().restoreBaseTables();
+    _server->finishWriting();
+}
+
+bool NPDisplayServicesX11::finishWriting()
+{
+    return _server->finishWriting();
+}
+
+NPDisplaySubscription
+NPDisplayServicesX11::registerReconfigurationCallback(NPDisplayReconfigurationCallback callback)
+{
+    return _server->addCallback(std::move(callback));
+}
+
+NPDisplayProfile NPDisplayServicesX11::copyDisplayProfile(NPDisplayID display)
+{
+    const NPDisplayX11* const found = onlineDisplay(*_server, display);
+    const auto base = found == nullptr ? std::nullopt : _server->tables().baseTable(found->crtc);
+    return {base.value_or(QXGammaTable{}), std::nullopt};
+}

@@ -1,0 +1,62 @@
+// The displays of an X server, over RandR 1.3 or later.
+//
+// Online is what is connected and driven by a CRTC, the primary display first, then in RandR's order. The
+// default screen of the named display alone is served. Tables belong to CRTCs: of several displays that share
+// one, the first in the list decides what it shows, and what is written for the others goes nowhere.
+//
+// Writes go out at once and wait for nothing. While the server does not take them, the newest table of each
+// CRTC is held until it does. Reads, finishWriting() and restoreColorSyncSettings() wait for the server, for
+// two seconds at most. Main thread only.
+#pragma once
+
+#include "Platform/Linux/NPDisplayGuard.h"
+#include "Platform/Linux/NPMainLoopLinux.h"
+#include "Platform/NPColorProfileServices.h"
+#include "Platform/NPDisplayServices.h"
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+
+class NPDisplayServerX11;
+
+class NPDisplayServicesX11 final : public NPDisplayServices, public NPColorProfileServices {
+public:
+    // The display of that name, or the one in DISPLAY when it is empty. The error is one line for people.
+    // The loop and the guard must outlive the object. Without a guard nobody gives the displays back after a
+    // crash, and what is on them stays when the program ends, as a command that leaves an effect on wants it;
+    // either way the next run knows the displays' own tables.
+    static std::expected<std::unique_ptr<NPDisplayServicesX11>, std::string>
+    open(const std::string& displayName, NPMainLoopLinux& loop, NPDisplayGuard* guard = nullptr);
+
+    ~NPDisplayServicesX11() override;
+
+    // Called once, from the main loop, when the server has gone or has thrown the program out. From then on
+    // there are no displays, and every call fails.
+    void onConnectionLost(std::function<void()> handler);
+
+    std::optional<NPDisplayList> onlineDisplayList(std::size_t capacity) const override;
+    std::optional<NPDisplayList> activeDisplayList(std::size_t capacity) const override;
+    std::optional<NPDisplayList> displaysWithRect(const NPRect& rect, std::size_t capacity) const override;
+    NPDisplayID mainDisplay() const override;
+    std::string displayName(NPDisplayID display) const override;
+    bool getDisplayTransferTable(NPDisplayID display, QXGammaTable& table) override;
+    bool setDisplayTransferTable(NPDisplayID display, const QXGammaTable& table) override;
+
+    // Writes the own table of every CRTC back that shows another one, also of those that drive nothing, and
+    // of those that another run of the program has left changed.
+    void restoreColorSyncSettings() override;
+
+    bool finishWriting() override;
+    [[nodiscard]] NPDisplaySubscription
+    registerReconfigurationCallback(NPDisplayReconfigurationCallback callback) override;
+
+    // The display's own table, without a location.
+    NPDisplayProfile copyDisplayProfile(NPDisplayID display) override;
+
+private:
+    explicit NPDisplayServicesX11(std::unique_ptr<NPDisplayServerX11> server);
+
+    std::unique_ptr<NPDisplayServerX11> _server;
+};
