@@ -15,8 +15,13 @@ struct QXNotificationObserver::Subscriptions {
 
     template<class Predicate> void removeIf(Predicate matches)
     {
+        // They go when the list is whole again: a handler may hold the last reference to another observer.
+        std::vector<std::shared_ptr<Entry>> removed;
         std::erase_if(entries, [&](const std::shared_ptr<Entry>& entry) {
             entry->removed = matches(*entry);
+            if (entry->removed) {
+                removed.push_back(entry);
+            }
             return entry->removed;
         });
     }
