@@ -1,5 +1,6 @@
 #include "Foundation/QXCalendar.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -10,6 +11,12 @@ std::int64_t floorDivide(std::int64_t value, std::int64_t divisor)
 {
     const std::int64_t quotient = value / divisor;
     return quotient - (value % divisor < 0 ? 1 : 0);
+}
+
+double limited(double seconds)
+{
+    constexpr double limit = 1e14;
+    return seconds > -limit ? std::min(seconds, limit) : -limit; // not a number: the lower one
 }
 
 // Year, month and day of a day count since 1970-01-01, through years that begin in March, so that the
@@ -65,8 +72,9 @@ std::int64_t QXDaysFromCivil(std::int64_t year, int month, std::int64_t day)
 
 QXDateComponents QXCalendarComponentsFromDate(QXDate date, const QXTimeZone& zone)
 {
-    const double wholeSeconds = std::floor(date.timeIntervalSinceReferenceDate);
-    const double fraction = date.timeIntervalSinceReferenceDate - wholeSeconds;
+    const double seconds = limited(date.timeIntervalSinceReferenceDate);
+    const double wholeSeconds = std::floor(seconds);
+    const double fraction = seconds - wholeSeconds;
     const std::int64_t local = static_cast<std::int64_t>(wholeSeconds + QXUnixEpochToReferenceDate)
                                + zone.secondsFromGMT(date);
     const std::int64_t days = floorDivide(local, secondsPerDay);

@@ -22,10 +22,12 @@ struct QXDateComponents {
 // the day may lie outside its month.
 std::int64_t QXDaysFromCivil(std::int64_t year, int month, std::int64_t day);
 
-// The wall-clock fields of a moment in a zone.
+// The wall-clock fields of a moment in a zone. A moment more than three million years away, or not a number,
+// counts as one at that distance.
 QXDateComponents QXCalendarComponentsFromDate(QXDate date, const QXTimeZone& zone);
 
 // The moment that the fields name in a zone. Fields outside their range carry over (day 0 is the last of
 // the month before, hour 25 is one o'clock of the next day). A wall-clock time that the zone skips moves
-// forward by what was skipped; one that occurs twice means its first occurrence.
+// forward by what was skipped; one that occurs twice means its first occurrence. Fields beyond a million
+// million are not expected.
 QXDate QXCalendarDateFromComponents(const QXDateComponents& components, const QXTimeZone& zone);

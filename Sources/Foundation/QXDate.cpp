@@ -8,7 +8,7 @@
 namespace {
 
 // 0001-01-01T00:00:00Z and 9999-12-31T23:59:59Z as seconds since the reference date.
-constexpr double firstDescribable = -63114076800.0;
+constexpr double firstDescribable = -63113904000.0;
 constexpr double lastDescribable = 252423993599.0;
 
 void appendPadded(std::string& text, std::int64_t value, std::size_t width)
