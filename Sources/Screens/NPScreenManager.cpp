@@ -218,8 +218,8 @@ void NPScreenManager::_startTransitionTimer(double interval)
 {
     _stopTransitionTimer();
     _transitionTimer = NPEffectTimer::scheduledEffectTimerWithTimeInterval(
-        _platform.timers, interval, weakTarget(weak_from_this(), &NPScreenManager::_transitionTimerFired), {}, true,
-        interval * 0.5);
+        _platform.timers, interval, weakTarget(weak_from_this(), &NPScreenManager::_transitionTimerFired), {},
+        true, interval * 0.5);
     _transitionTimerInterval = interval;
 }
 
@@ -240,18 +240,21 @@ void NPScreenManager::_didUpdateEffects(const QXNotification& notification)
 }
 
 // A display that comes online, for the first time or again, shows what it should at once. It may have been
-// given another table meanwhile, so an old controller reads its base table again before it writes.
+// given another table meanwhile, so an old controller reads its base table again before it writes. One beyond
+// the end of the list is left alone, as it is everywhere.
 void NPScreenManager::_displayDidChange(NPDisplayID display, std::uint32_t flags)
 {
     if (!_screenManagementEnabled || (flags & NPDisplayChangeAdd) == 0) {
         return;
     }
-    const std::size_t known = _screenControllers->size();
-    const std::shared_ptr<NPScreenController> controller = _screenControllerForScreenID(display);
-    if (_screenControllers->size() == known) {
-        controller->retriveGammaCurve();
+    if (const std::shared_ptr<NPScreenController> known = _knownScreenController(display)) {
+        known->retriveGammaCurve();
     }
-    _fastForwardScreenController(controller, _platform.clock.now(), NPTransitionKind::none);
+    const NPDisplayList online = _onlineDisplays();
+    if (std::ranges::find(online, display) != online.end()) {
+        _fastForwardScreenController(_screenControllerForScreenID(display), _platform.clock.now(),
+                                     NPTransitionKind::none);
+    }
     updateEffect();
     _postStateDidChange();
 }
@@ -298,19 +301,25 @@ void NPScreenManager::_setScreenControllerActive(bool active, const Group& group
     _screenControllerForScreenID(screen)->setActivation(active, group, duration, targetDate);
 }
 
+std::shared_ptr<NPScreenController> NPScreenManager::_knownScreenController(NPDisplayID screen) const
+{
+    if (!_screenControllers) {
+        return nullptr;
+    }
+    const auto found = std::ranges::find(*_screenControllers, screen, &NPScreenController::screenID);
+    return found == _screenControllers->end() ? nullptr : *found;
+}
+
 // While screen management is off a controller is made for the call and kept nowhere.
 std::shared_ptr<NPScreenController> NPScreenManager::_screenControllerForScreenID(NPDisplayID screen)
 {
-    if (_screenControllers) {
-        const auto found = std::ranges::find(*_screenControllers, screen, &NPScreenController::screenID);
-        if (found != _screenControllers->end()) {
-            return *found;
+    std::shared_ptr<NPScreenController> controller = _knownScreenController(screen);
+    if (!controller) {
+        controller = NPScreenController::screenControllerForScreen(
+            screen, {_platform.displays, _platform.profiles, _profiles, _platform.clock});
+        if (_screenControllers) {
+            _screenControllers->push_back(controller);
         }
-    }
-    auto controller = NPScreenController::screenControllerForScreen(
-        screen, {_platform.displays, _platform.profiles, _profiles, _platform.clock});
-    if (_screenControllers) {
-        _screenControllers->push_back(controller);
     }
     return controller;
 }

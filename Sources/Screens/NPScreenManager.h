@@ -81,6 +81,7 @@ private:
                                                   QXDate targetDate);
     void _setScreenControllerActive(bool active, const Group& group, NPDisplayID screen, double duration,
                                     QXDate targetDate);
+    std::shared_ptr<NPScreenController> _knownScreenController(NPDisplayID screen) const;
     std::shared_ptr<NPScreenController> _screenControllerForScreenID(NPDisplayID screen);
     void _rebuildAndFastForwardScreenControllersToDate(QXDate date, NPTransitionKind transition);
     void _fastForwardScreenController(const std::shared_ptr<NPScreenController>& controller, QXDate toDate,

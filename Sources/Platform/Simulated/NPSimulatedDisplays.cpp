@@ -127,12 +127,15 @@ NPDisplayProfile NPSimulatedDisplays::copyDisplayProfile(NPDisplayID identifier)
 void NPSimulatedDisplays::plug(NPSimulatedDisplay added)
 {
     const NPDisplayID identifier = added.identifier;
+    const bool online = added.online;
     if (NPSimulatedDisplay* known = display(identifier)) {
         *known = std::move(added);
     } else {
         _displays.push_back(std::move(added));
     }
-    _announce(identifier, NPDisplayChangeAdd);
+    if (online) {
+        _announce(identifier, NPDisplayChangeAdd);
+    }
 }
 
 void NPSimulatedDisplays::plugAgain(NPDisplayID identifier)

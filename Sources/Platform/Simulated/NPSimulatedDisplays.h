@@ -7,7 +7,7 @@
 
 struct NPSimulatedDisplay {
     NPDisplayID identifier = 0;
-    std::string name;
+    std::string name = {};
     NPRect bounds{0.0, 0.0, 1920.0, 1080.0};
     QXGammaTable table = QXGammaTableIdentity();     // what it shows; its sampleCount is the hardware's size
     QXGammaTable baseTable = QXGammaTableIdentity(); // its own profile's
