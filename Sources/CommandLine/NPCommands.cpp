@@ -1,0 +1,248 @@
+#include "CommandLine/NPCommands.h"
+
+#include "CommandLine/NPJSON.h"
+#include "CommandLine/NPTextOutput.h"
+#include "Foundation/QXCalendar.h"
+#include "Foundation/QXNotificationCenter.h"
+#include "Foundation/QXString.h"
+#include "Platform/Linux/NPFileAccess.h"
+#include "Shell/NPLocalControl.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+
+namespace {
+
+using Result = NPControlResult<void>;
+
+std::unexpected<NPControlError> misuse(std::string message)
+{
+    return std::unexpected(NPControlError{true, std::move(message)});
+}
+
+std::unexpected<NPControlError> failure(std::string message)
+{
+    return std::unexpected(NPControlError{false, std::move(message)});
+}
+
+Result print(std::string_view text)
+{
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    return written && std::fflush(stdout) == 0 ? Result() : failure("cannot write to standard output");
+}
+
+// Prints a result as JSON or by the given function, or passes its error on.
+template<class Value, class Text>
+Result printResult(const NPArguments& arguments, const NPControlResult<Value>& value, Text text)
+{
+    if (!value) {
+        return std::unexpected(value.error());
+    }
+    return print(arguments.json ? NPJSONText(*value) + '\n' : text(*value));
+}
+
+Result printIdentifier(const NPControlResult<std::string>& identifier)
+{
+    if (!identifier) {
+        return std::unexpected(identifier.error());
+    }
+    return print(*identifier + '\n');
+}
+
+NPControlResult<NPControlSettings> settingsFromWords(const std::vector<std::string>& words)
+{
+    NPControlSettings settings;
+    for (const std::string& word : std::vector<std::string>(words.begin() + 1, words.end())) {
+        const std::size_t equals = word.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            return misuse("'" + word + "' is not KEY=VALUE");
+        }
+        if (!settings.emplace(word.substr(0, equals), word.substr(equals + 1)).second) {
+            return misuse("setting '" + word.substr(0, equals) + "' is given twice");
+        }
+    }
+    return settings;
+}
+
+Result addEffect(const NPArguments& arguments, NPControl& control)
+{
+    const auto settings = settingsFromWords(arguments.operands);
+    if (!settings) {
+        return std::unexpected(settings.error());
+    }
+    return printIdentifier(control.addEffect(arguments.operands[0], *settings));
+}
+
+Result setEffect(const NPArguments& arguments, NPControl& control)
+{
+    const auto settings = settingsFromWords(arguments.operands);
+    if (!settings) {
+        return std::unexpected(settings.error());
+    }
+    return control.setEffect(arguments.operands[0], *settings);
+}
+
+Result importEffect(const NPArguments& arguments, NPControl& control)
+{
+    const std::string& file = arguments.operands[0];
+    const auto data = NPReadFile(file);
+    if (!data) {
+        return failure(file + ": " + data.error());
+    }
+    const NPControlResult<std::string> identifier = control.importEffect(*data);
+    if (!identifier) {
+        return std::unexpected(NPControlError{identifier.error().misuse, file + ": " + identifier.error().message});
+    }
+    return printIdentifier(identifier);
+}
+
+Result exportEffect(const NPArguments& arguments, NPControl& control)
+{
+    const NPControlResult<QXData> data = control.exportEffect(arguments.operands[0]);
+    if (!data) {
+        return std::unexpected(data.error());
+    }
+    const std::string& file = arguments.operands[1];
+    if (file == "-") {
+        return print(std::string(data->begin(), data->end()));
+    }
+    const auto written = NPWriteFile(file, *data);
+    return written ? Result() : failure(file + ": " + written.error());
+}
+
+Result location(const NPArguments& arguments, NPControl& control)
+{
+    if (arguments.operands.empty()) {
+        return printResult(arguments, control.location(), NPLocationText);
+    }
+    const std::optional<double> latitude = QXParseDouble(arguments.operands[0]);
+    const std::optional<double> longitude = QXParseDouble(arguments.operands[1]);
+    if (!latitude || !longitude) {
+        return misuse("'" + arguments.operands[latitude ? 1 : 0] + "' is not a number");
+    }
+    return control.setLocation(*latitude, *longitude);
+}
+
+// "2026-11-21" (noon there), "2026-11-21 22:00" or "2026-11-21T22:00" on the zone's wall clock, or a moment
+// in UTC, "2026-11-21T22:00:00Z".
+std::optional<QXDate> dateFromText(std::string text, const QXTimeZone& zone)
+{
+    if (text.ends_with('Z')) {
+        return QXDateFromDescription(text);
+    }
+    if (text.size() == 10) {
+        text += "T12:00";
+    }
+    if (text.size() == 16) {
+        text += ":00";
+    }
+    if (text.size() != 19 || (text[10] != 'T' && text[10] != ' ')) {
+        return std::nullopt;
+    }
+    text[10] = 'T';
+    const std::optional<QXDate> asIfGMT = QXDateFromDescription(text + 'Z');
+    if (!asIfGMT) {
+        return std::nullopt;
+    }
+    return QXCalendarDateFromComponents(QXCalendarComponentsFromDate(*asIfGMT, QXFixedTimeZone()), zone);
+}
+
+Result sun(const NPArguments& arguments, NPControl& control, const NPCommandContext& context)
+{
+    const std::optional<QXDate> at =
+        arguments.at ? dateFromText(*arguments.at, context.timeZone) : std::optional(context.clock.now());
+    if (!at) {
+        return misuse("'" + *arguments.at + "' is not a date such as 2026-11-21 or 2026-11-21T22:00");
+    }
+    // A calculator of this command's own: what it is told to look at must not become the stored location.
+    QXNotificationCenter unheard;
+    NPSunriseSunsetCalculator calculator(context.defaults, context.timeZone, context.clock, unheard);
+    if (arguments.latitude) {
+        if (!NPIsPlace(*arguments.latitude, *arguments.longitude)) {
+            return misuse("a place has a latitude from -90 to 90 and a longitude from -180 to 180");
+        }
+        calculator.setLatitude(*arguments.latitude, *arguments.longitude, false);
+    } else {
+        const NPControlResult<QXDictionary> stored = control.location();
+        if (!stored) {
+            return std::unexpected(stored.error());
+        }
+        const QXValue* guessed = QXDictionaryValue(*stored, "guessed");
+        const QXValue* latitude = QXDictionaryValue(*stored, "latitude");
+        const QXValue* longitude = QXDictionaryValue(*stored, "longitude");
+        if (guessed && latitude && longitude && !guessed->boolean().value_or(true)) {
+            calculator.setLatitude(latitude->real().value_or(0.0), longitude->real().value_or(0.0), false);
+        }
+    }
+    return printResult(arguments, NPControlResult<QXDictionary>(NPSunDescription(calculator, *at)),
+                       [&](const QXDictionary& text) { return NPSunText(text, context.timeZone); });
+}
+
+using Perform = std::function<Result(const NPArguments&, NPControl&, const NPCommandContext&)>;
+
+struct Command {
+    std::string_view name;
+    bool changesSomething;
+    bool showsEffects;
+    Perform perform;
+};
+
+const std::vector<Command>& commands()
+{
+    using A = const NPArguments&;
+    using C = NPControl&;
+    using X = const NPCommandContext&;
+    static const std::vector<Command> all{
+        {"list", false, false, [](A a, C c, X) { return printResult(a, c.effects(), NPEffectsText); }},
+        {"screens", false, false,
+         [](A a, C c, X x) {
+             return printResult(a, c.screens(),
+                                [&](const QXArray& list) { return NPScreensText(list, x.timeZone); });
+         }},
+        {"status", false, false, [](A a, C c, X) { return printResult(a, c.status(), NPStatusText); }},
+        {"activate", true, true, [](A a, C c, X) { return c.activate(a.operands[0], a.fade); }},
+        {"deactivate", true, true, [](A a, C c, X) { return c.deactivate(a.operands[0], a.fade); }},
+        {"toggle", true, true, [](A a, C c, X) { return c.toggle(a.operands[0], a.fade); }},
+        {"on", true, true, [](A, C c, X) { return c.setEffectActive(true); }},
+        {"off", true, true, [](A, C c, X) { return c.setEffectActive(false); }},
+        {"new", true, false, [](A a, C c, X) { return addEffect(a, c); }},
+        {"set", true, true, [](A a, C c, X) { return setEffect(a, c); }},
+        {"rename", true, false, [](A a, C c, X) { return c.renameEffect(a.operands[0], a.operands[1]); }},
+        {"duplicate", true, false,
+         [](A a, C c, X) { return printIdentifier(c.duplicateEffect(a.operands[0])); }},
+        {"remove", true, true, [](A a, C c, X) { return c.removeEffect(a.operands[0]); }},
+        {"import", true, false, [](A a, C c, X) { return importEffect(a, c); }},
+        {"export", false, false, [](A a, C c, X) { return exportEffect(a, c); }},
+        {"sun", false, false, sun},
+        {"location", true, false, [](A a, C c, X) { return location(a, c); }},
+        {"table", false, false,
+         [](A a, C c, X) { return printResult(a, c.table(a.operands[0]), NPTableText); }},
+        {"restore", true, false, [](A, C c, X) { return c.restore(); }},
+    };
+    return all;
+}
+
+const Command& commandNamed(const std::string& name)
+{
+    return *std::ranges::find(commands(), name, &Command::name);
+}
+
+} // namespace
+
+bool NPCommandShowsEffects(const std::string& command)
+{
+    return commandNamed(command).showsEffects;
+}
+
+bool NPCommandChangesSomething(const NPArguments& arguments)
+{
+    return commandNamed(arguments.command).changesSomething
+           && !(arguments.command == "location" && arguments.operands.empty());
+}
+
+NPControlResult<void> NPPerformCommand(const NPArguments& arguments, NPControl& control,
+                                       const NPCommandContext& context)
+{
+    return commandNamed(arguments.command).perform(arguments, control, context);
+}

@@ -1,0 +1,24 @@
+// The commands other than run: each asks a control, which is this process's own or a running instance's,
+// and prints the answer.
+#pragma once
+
+#include "CommandLine/NPArguments.h"
+#include "Platform/NPControl.h"
+#include "Sunset & Sunrise/NPSunriseSunsetCalculator.h"
+
+// Whether the command changes what the screens show, and so needs displays that are being driven.
+bool NPCommandShowsEffects(const std::string& command);
+
+// Whether the command changes anything at all.
+bool NPCommandChangesSomething(const NPArguments& arguments);
+
+// What prints and computes needs besides the control.
+struct NPCommandContext {
+    const QXTimeZone& timeZone;
+    const NPClock& clock;
+    NPUserDefaults& defaults;
+};
+
+// Prints the result on standard output.
+NPControlResult<void> NPPerformCommand(const NPArguments& arguments, NPControl& control,
+                                       const NPCommandContext& context);

@@ -1,0 +1,101 @@
+#include "CommandLine/NPSession.h"
+
+#include "CommandLine/NPSimulatedSession.h"
+#include "Effects/NPEffectTimer.h"
+#include "Platform/Linux/NPDisplayServicesX11.h"
+#include "Platform/Linux/NPSettingsFolder.h"
+#include "Platform/Linux/NPTimeZoneServicesLinux.h"
+#include "Platform/Linux/NPUserDefaultsLinux.h"
+#include "Platform/Simulated/NPSimulatedDisplays.h"
+
+#include <cstdlib>
+
+namespace {
+
+// The machine itself: its clocks and settings, and the displays of its X server, or none.
+class LinuxSession final : public NPSession {
+public:
+    LinuxSession()
+        : _loop(_notifications),
+          _defaults(NPSettingsFolder(std::getenv("XDG_CONFIG_HOME"), std::getenv("HOME")), _loop, _notifications),
+          _timeZones(_loop, _notifications)
+    {
+    }
+
+    std::expected<void, std::string> openDisplays(NPDisplayGuard* guard)
+    {
+        auto displays = NPDisplayServicesX11::open("", _loop, guard);
+        if (!displays) {
+            return std::unexpected(displays.error());
+        }
+        _displays = std::move(*displays);
+        return {};
+    }
+
+    // To be called once, when it is decided which displays there are.
+    void assemble()
+    {
+        NPDisplayServices& displays = _displays ? static_cast<NPDisplayServices&>(*_displays) : _noDisplays;
+        NPColorProfileServices& profiles =
+            _displays ? static_cast<NPColorProfileServices&>(*_displays) : _noDisplays;
+        _platform = std::make_unique<NPPlatform>(
+            NPPlatform{_loop, _loop, _loop, _timeZones, _defaults, displays, profiles, _notifications});
+    }
+
+    const NPPlatform& platform() const override { return *_platform; }
+    NPMainLoopLinux& loop() override { return _loop; }
+    std::string platformName() const override { return _displays ? "x11" : "none"; }
+    bool isReal() const override { return true; }
+    void run() override { _loop.run(); }
+    void stop() override { _loop.stop(); }
+
+    void onDisplaysLost(std::function<void()> handler) override
+    {
+        if (_displays) {
+            _displays->onConnectionLost(std::move(handler));
+        }
+    }
+
+    void wait(double seconds) override
+    {
+        const auto timer = NPEffectTimer::scheduledEffectTimerWithTimeInterval(
+            _loop, seconds, [this](NPEffectTimer&) { _loop.stop(); }, {}, false, 0.0);
+        _loop.run();
+        timer->invalidate();
+    }
+
+    bool close() override
+    {
+        const bool written = !_displays || _displays->finishWriting();
+        return _defaults.synchronize() && written;
+    }
+
+private:
+    QXNotificationCenter _notifications;
+    NPMainLoopLinux _loop;
+    NPUserDefaultsLinux _defaults;
+    NPTimeZoneServicesLinux _timeZones;
+    NPActionLog _log;
+    NPSimulatedDisplays _noDisplays{_log}; // a set without any display: harmless, the last choice
+    std::unique_ptr<NPDisplayServicesX11> _displays;
+    std::unique_ptr<NPPlatform> _platform;
+};
+
+} // namespace
+
+std::expected<std::unique_ptr<NPSession>, std::string>
+NPSession::open(const NPArguments& arguments, NPDisplayNeed need, NPDisplayGuard* guard)
+{
+    if (arguments.platform.starts_with("simulated")) {
+        return NPOpenSimulatedSession(arguments.platform);
+    }
+    auto session = std::make_unique<LinuxSession>();
+    if (need != NPDisplayNeed::none) {
+        const auto opened = session->openDisplays(guard);
+        if (!opened && (need == NPDisplayNeed::required || arguments.platform == "x11")) {
+            return std::unexpected(opened.error());
+        }
+    }
+    session->assemble();
+    return session;
+}

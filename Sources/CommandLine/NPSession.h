@@ -1,0 +1,49 @@
+// The platform that one invocation of the program runs on: its services, and how time passes there.
+#pragma once
+
+#include "CommandLine/NPArguments.h"
+#include "Platform/Linux/NPMainLoopLinux.h"
+#include "Platform/NPPlatform.h"
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+
+class NPDisplayGuard;
+
+// What a program wants of the displays.
+enum class NPDisplayNeed {
+    required, // without them it cannot do its work
+    wanted,   // it does what it can without them
+    none,
+};
+
+class NPSession {
+public:
+    // Picks the platform that the arguments ask for. The error is one line.
+    static std::expected<std::unique_ptr<NPSession>, std::string>
+    open(const NPArguments& arguments, NPDisplayNeed need, NPDisplayGuard* guard);
+
+    virtual ~NPSession() = default;
+
+    virtual const NPPlatform& platform() const = 0;
+    virtual NPMainLoopLinux& loop() = 0;
+    virtual std::string platformName() const = 0; // "x11", "simulated", "none"
+
+    // Whether the displays are the user's own: then one engine at a time drives them.
+    virtual bool isReal() const = 0;
+
+    // Called when the displays have gone for good.
+    virtual void onDisplaysLost(std::function<void()> handler) = 0;
+
+    // Lets time pass until stop() is called, or until the world ends.
+    virtual void run() = 0;
+    virtual void stop() = 0;
+
+    // Lets so many seconds pass.
+    virtual void wait(double seconds) = 0;
+
+    // Writes the settings. False when that failed; one line in the log says why.
+    virtual bool close() = 0;
+};
