@@ -163,6 +163,7 @@ TEST_F(NPUserDefaultsLinuxSharing, WaitsWithSavingWhileAnotherProcessSaves)
     ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0);
     store->setObject(1, "level");
     clock.advance(0.5);
+    EXPECT_EQ(clock.timerCount(), 1u);
     EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_TRUE(lines.empty());
     lock.reset();
