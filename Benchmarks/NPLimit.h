@@ -7,7 +7,8 @@
 // iteration takes, and the program fails when one takes more.
 void NPSetLimit(benchmark::State& state, double seconds);
 
-// Shows a line a benchmark: its name, the time of an iteration and, where there is a limit, the share of it.
+// Shows a line a benchmark: its name, the processor time of an iteration and, where there is a limit, the share
+// of it. Of several repetitions the fastest counts: what else the machine does can only make one slower.
 class NPLimitReporter final : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context& context) override;
@@ -16,5 +17,7 @@ public:
     bool keptLimits() const { return _keptLimits; }
 
 private:
+    void _report(const Run& run);
+
     bool _keptLimits = true;
 };

@@ -4,8 +4,6 @@
 
 #include "Foundation/QXPropertyList.h"
 
-#include <chrono>
-
 namespace {
 
 constexpr double catchUpLimit = 20e-3;
@@ -20,12 +18,11 @@ void CatchUp(benchmark::State& state)
     NPScreenManager& screens = engine.screens();
     screens.setScreenManagementEnabled(true);
     for ([[maybe_unused]] const auto iteration : state) {
+        state.PauseTiming();
         engine.platform.clock.sleep(day);
         engine.platform.log.clear();
-        const auto start = std::chrono::steady_clock::now();
+        state.ResumeTiming();
         screens.fastForwardAndUpdateEffectToDate(engine.platform.clock.now(), NPTransitionKind::none);
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        state.SetIterationTime(taken.count());
     }
     if (groups == 1000 && displays == 10) {
         NPSetLimit(state, catchUpLimit);
@@ -34,8 +31,7 @@ void CatchUp(benchmark::State& state)
 BENCHMARK(CatchUp)
     ->Name("catch-up")
     ->ArgNames({"groups", "displays"})
-    ->ArgsProduct({{1, 10, 100, 1000}, {1, 4, 10}})
-    ->UseManualTime();
+    ->ArgsProduct({{1, 10, 100, 1000}, {1, 4, 10}});
 
 // An edit of one group, as a slider makes many of: it saves them all.
 void SaveAfterEdit(benchmark::State& state)
