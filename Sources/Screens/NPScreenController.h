@@ -44,6 +44,10 @@ public:
 
     void setEffect(const std::shared_ptr<NPEffectGroup>& effect) { _effect = effect; } // without a fade
 
+    // Ends the fade, if one is running, with the next step; one that has ended does not begin again when the
+    // clock is set back.
+    void finishTransition() { _targetDate.reset(); }
+
     // Computes and writes the table for that moment. The result is the interval in seconds after which to
     // call again, 1/256 of the fade; 0 when none is running.
     double updateEffectForDate(QXDate date);

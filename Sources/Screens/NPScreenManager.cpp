@@ -20,6 +20,8 @@ NPScreenManager::NPScreenManager(const NPPlatform& platform, NPEffectManager& ef
     platform.notifications.addObserver(
         _observer, std::string(NPEffectGroupDidChangeNotification), nullptr,
         [this](const QXNotification& notification) { _didUpdateEffects(notification); });
+    platform.notifications.addObserver(_observer, std::string(NPSystemClockDidChangeNotification), nullptr,
+                                       [this](const QXNotification&) { _clockDidChange(); });
     _displaySubscription = platform.displays.registerReconfigurationCallback(
         [this](NPDisplayID display, std::uint32_t flags) { _displayDidChange(display, flags); });
 }
@@ -257,6 +259,16 @@ void NPScreenManager::_displayDidChange(NPDisplayID display, std::uint32_t flags
     }
     updateEffect();
     _postStateDidChange();
+}
+
+// Fades end at dates on the wall clock. Set back, it would take every display back to the start of its last
+// fade, to wait there until the date comes again.
+void NPScreenManager::_clockDidChange()
+{
+    const ControllerList controllers = _screenControllers.value_or(ControllerList());
+    for (const std::shared_ptr<NPScreenController>& controller : controllers) {
+        controller->finishTransition();
+    }
 }
 
 NPDisplayList NPScreenManager::_onlineDisplays() const

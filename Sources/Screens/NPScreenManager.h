@@ -76,6 +76,7 @@ private:
     double _fadeLength(NPTransitionKind transition, const NPEffectGroup& group) const;
     void _didUpdateEffects(const QXNotification& notification);
     void _displayDidChange(NPDisplayID display, std::uint32_t flags);
+    void _clockDidChange();
     void _setAllScreenControllersActive(bool active, const Group& group, double duration, QXDate targetDate);
     void _clearEffectOnScreenControllersNotInList(const NPDisplayList& screens, double duration,
                                                   QXDate targetDate);
