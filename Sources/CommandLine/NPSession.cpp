@@ -7,6 +7,7 @@
 #include "Platform/Linux/NPTimeZoneServicesLinux.h"
 #include "Platform/Linux/NPUserDefaultsLinux.h"
 #include "Platform/Simulated/NPSimulatedDisplays.h"
+#include "Platform/Simulated/NPSimulatedHotKeys.h"
 
 #include <cstdlib>
 
@@ -39,7 +40,8 @@ public:
         NPColorProfileServices& profiles =
             _displays ? static_cast<NPColorProfileServices&>(*_displays) : _noDisplays;
         _platform = std::make_unique<NPPlatform>(
-            NPPlatform{_loop, _loop, _loop, _timeZones, _defaults, displays, profiles, _notifications});
+            NPPlatform{_loop, _loop, _loop, _timeZones, _defaults, displays, profiles, _hotKeys,
+                       _keyboardLayout, _notifications});
     }
 
     const NPPlatform& platform() const override { return *_platform; }
@@ -77,6 +79,8 @@ private:
     NPTimeZoneServicesLinux _timeZones;
     NPActionLog _log;
     NPSimulatedDisplays _noDisplays{_log}; // a set without any display: harmless, the last choice
+    NPSimulatedHotKeys _hotKeys{_log};
+    NPUSKeyboardLayout _keyboardLayout;
     std::unique_ptr<NPDisplayServicesX11> _displays;
     std::unique_ptr<NPPlatform> _platform;
 };

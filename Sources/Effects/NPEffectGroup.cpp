@@ -116,15 +116,15 @@ std::optional<JXHotKey> NPEffectGroup::hotKey() const
 {
     const JXHotKey hotKey{static_cast<std::uint16_t>(integerForKey(NPHotKeyCodeKey)), // the low 16 bits
                           static_cast<std::uint64_t>(integerForKey(NPHotKeyModifiersKey))};
-    const bool isHotKey = hotKey.keyCode != 0 || hotKey.modifierFlags != 0;
+    const bool isHotKey = hotKey.keyCode() != 0 || hotKey.modifierFlags() != 0;
     return isHotKey ? std::optional(hotKey) : std::nullopt;
 }
 
 void NPEffectGroup::setHotKey(std::optional<JXHotKey> hotKey)
 {
     if (hotKey) {
-        setInteger(hotKey->keyCode, NPHotKeyCodeKey);
-        setInteger(static_cast<std::int64_t>(hotKey->modifierFlags), NPHotKeyModifiersKey);
+        setInteger(hotKey->keyCode(), NPHotKeyCodeKey);
+        setInteger(static_cast<std::int64_t>(hotKey->modifierFlags()), NPHotKeyModifiersKey);
     } else {
         removeObjectForKey(NPHotKeyCodeKey);
         removeObjectForKey(NPHotKeyModifiersKey);

@@ -5,6 +5,8 @@
 #include "Platform/NPClock.h"
 #include "Platform/NPColorProfileServices.h"
 #include "Platform/NPDisplayServices.h"
+#include "Platform/NPHotKeyServices.h"
+#include "Platform/NPKeyboardLayout.h"
 #include "Platform/NPMainQueue.h"
 #include "Platform/NPTimeZoneServices.h"
 #include "Platform/NPTimerServices.h"
@@ -19,6 +21,8 @@ struct NPPlatform {
     NPUserDefaults& defaults;
     NPDisplayServices& displays;
     NPColorProfileServices& profiles;
+    NPHotKeyServices& hotKeys;
+    const NPKeyboardLayout& keyboardLayout;
     QXNotificationCenter& notifications; // the default centre
 };
 

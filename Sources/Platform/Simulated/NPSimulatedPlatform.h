@@ -7,6 +7,7 @@
 #include "Platform/Simulated/NPSimulatedClock.h"
 #include "Platform/Simulated/NPSimulatedDefaults.h"
 #include "Platform/Simulated/NPSimulatedDisplays.h"
+#include "Platform/Simulated/NPSimulatedHotKeys.h"
 
 // The system's time zone, which can be changed.
 class NPSimulatedTimeZones final : public NPTimeZoneServices {
@@ -34,7 +35,8 @@ private:
 class NPSimulatedPlatform {
 public:
     explicit NPSimulatedPlatform(QXDate start = QXDate{0.0})
-        : clock(start, notifications), defaults(log, notifications), timeZones(notifications), displays(log)
+        : clock(start, notifications), defaults(log, notifications), timeZones(notifications), displays(log),
+          hotKeys(log)
     {
     }
     NPSimulatedPlatform(const NPSimulatedPlatform&) = delete;
@@ -42,7 +44,8 @@ public:
 
     NPPlatform services()
     {
-        return {clock, clock, clock, timeZones, defaults, displays, displays, notifications};
+        return {clock,    clock,    clock,   timeZones,      defaults,
+                displays, displays, hotKeys, keyboardLayout, notifications};
     }
 
     NPActionLog log;
@@ -51,4 +54,6 @@ public:
     NPSimulatedDefaults defaults;
     NPSimulatedTimeZones timeZones;
     NPSimulatedDisplays displays;
+    NPSimulatedHotKeys hotKeys;
+    NPSimulatedKeyboardLayout keyboardLayout;
 };
