@@ -9,6 +9,9 @@
 
 namespace {
 
+// Far within what the settings file, which will hold the effect among others, can hold.
+constexpr QXPropertyListLimits effectFileLimits{.bytes = 1 << 20, .depth = 32, .nodes = 10000};
+
 std::unexpected<NPControlError> failure(std::string message)
 {
     return std::unexpected(NPControlError{false, std::move(message)});
@@ -229,7 +232,7 @@ NPControlResult<void> NPLocalControl::removeEffect(const std::string& effect)
 
 NPControlResult<std::string> NPLocalControl::importEffect(const QXData& file)
 {
-    const auto settings = QXPropertyListFromData(file);
+    const auto settings = QXPropertyListFromData(file, effectFileLimits);
     if (!settings) {
         return failure("not an effect file: " + settings.error());
     }
