@@ -146,7 +146,7 @@ void NPCrtcTablesX11::sendHeldTables()
 {
     for (auto& [identifier, crtc] : _crtcs) {
         if (crtc.isHeld) {
-            if (!_connection.hasRoom()) {
+            if (!_connection.hasRoom(crtc.next.samples().size_bytes())) {
                 break;
             }
             _send(identifier, crtc);

@@ -4,6 +4,7 @@
 #include "Platform/Linux/NPDisplayRecoveryX11.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -30,6 +31,7 @@ struct MessageHeader {
 
 constexpr int guardChannel = 3; // the guard's descriptor of the channel
 constexpr int recoveryAttempts = 30;
+constexpr int goodbyeMilliseconds = 100; // for the guard to end; it takes a fraction of one
 
 template <typename Value>
 void append(std::vector<std::uint8_t>& content, const Value& value)
@@ -200,6 +202,14 @@ void NPDisplayGuard::holdBaseTable(std::uint32_t crtc, const NPBaseRecordX11& re
 void NPDisplayGuard::goodbye()
 {
     _send(goodbyeMessage, {});
+    if (!_channel) {
+        return;
+    }
+    // The channel closes as the guard ends: no process is left behind, unless somebody has stopped it.
+    pollfd item{_channel.get(), POLLIN, 0};
+    if (poll(&item, 1, goodbyeMilliseconds) > 0) {
+        waitpid(_process, nullptr, 0);
+    }
     _channel.reset();
 }
 

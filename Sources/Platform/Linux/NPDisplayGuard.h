@@ -36,8 +36,9 @@ public:
     // A CRTC's own table; replaces an earlier one of the same CRTC.
     void holdBaseTable(std::uint32_t crtc, const NPBaseRecordX11& record);
 
-    // Every display has its own table again: the guard ends without touching them. To be said only when the
-    // server has confirmed that (NPDisplayServices::finishWriting() was true).
+    // Every display has its own table again: the guard ends without touching them, and is gone when the call
+    // returns. To be said only when the server has confirmed that (NPDisplayServices::finishWriting() was
+    // true) or has gone itself.
     void goodbye();
 
     int processIdentifier() const { return _process; }

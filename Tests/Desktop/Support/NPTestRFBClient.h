@@ -13,8 +13,11 @@ public:
     NPTestRFBClient& operator=(const NPTestRFBClient&) = delete;
 
     struct Screen {
-        std::uint32_t identifier;
-        std::uint16_t x, y, width, height;
+        std::uint32_t identifier = 0;
+        std::uint16_t x = 0;
+        std::uint16_t y = 0;
+        std::uint16_t width = 0;
+        std::uint16_t height = 0;
     };
 
     // Returns when the server has been asked; what becomes of it is seen over X.
