@@ -39,7 +39,7 @@ TEST(JXStringFromKeyCode, NamesEverySpecialKey)
 
 TEST(JXStringFromKeyCode, ShowsModifierKeysOnTheLeftAsTheirFlagsOnly)
 {
-    for (const std::uint16_t keyCode : {55, 56, 58, 59}) {
+    for (const std::uint16_t keyCode : std::initializer_list<std::uint16_t>{55, 56, 58, 59}) {
         EXPECT_EQ(JXStringFromKeyCode(keyCode, 0, us), "") << keyCode;
     }
     EXPECT_EQ(JXStringFromKeyCode(56, NPShiftFlag, us), "⇧");
