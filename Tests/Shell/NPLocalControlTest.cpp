@@ -114,6 +114,19 @@ TEST_F(NPLocalControlTest, WhatIsNoEffectFileIsRefusedInOneLine)
     EXPECT_EQ(control().effects()->size(), 1U);
 }
 
+TEST_F(NPLocalControlTest, AFileTooDeepToBeSavedWithTheSettingsIsNotImported)
+{
+    const auto nested = [](std::size_t depth) {
+        QXValue value(1);
+        for (std::size_t i = 0; i < depth; ++i) {
+            value = QXArray{value};
+        }
+        return QXPropertyListBinaryData(QXDictionary{{"Vendor", value}}).value();
+    };
+    EXPECT_TRUE(control().importEffect(nested(20)));
+    EXPECT_FALSE(control().importEffect(nested(40)));
+}
+
 TEST_F(NPLocalControlTest, RemovingAnEffectThatIsOnClearsItFromTheScreens)
 {
     ASSERT_TRUE(control().addEffect("Night", {{"dim", "50%"}, {"manual-fade", "0"}}));
