@@ -10,10 +10,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A socket is writable while at least a third of its buffer is free, which is more than this. Asking once for
-// some ten tables saves a system call for most of the steps of a fade.
-constexpr std::size_t creditWhenWritable = 16384;
-
 void ignoreBrokenPipes()
 {
     struct sigaction action{};
@@ -80,16 +76,10 @@ std::expected<NPConnectionX11, std::string> NPConnectionX11::open(const std::str
     return connection;
 }
 
-bool NPConnectionX11::hasRoom(std::size_t bytes)
+bool NPConnectionX11::hasRoom() const
 {
-    if (bytes > _credit) {
-        if (!waitFor(descriptor(), POLLOUT, {})) {
-            return false;
-        }
-        _credit = std::max(bytes, creditWhenWritable);
-    }
-    _credit -= bytes;
-    return true;
+    // The client library waits for just this before it writes.
+    return waitFor(descriptor(), POLLOUT, {});
 }
 
 bool NPConnectionX11::waitForRoom() const

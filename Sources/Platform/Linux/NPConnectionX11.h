@@ -37,9 +37,9 @@ public:
     // The server has gone, or has thrown the program out. Nothing can be done on the connection any more.
     bool isLost() const { return xcb_connection_has_error(handle()) != 0; }
 
-    // Whether so many bytes can be written now without waiting for the server to read: true until it lags
-    // about a quarter of the socket's buffer behind. True on a lost connection.
-    bool hasRoom(std::size_t bytes);
+    // Whether a table can be written without waiting for the server to read: true until it lags about a
+    // quarter of the socket's buffer behind. True on a lost connection.
+    bool hasRoom() const;
 
     // Waits for room. False when the server does not respond.
     bool waitForRoom() const;
@@ -76,6 +76,5 @@ private:
     std::unique_ptr<xcb_connection_t, Disconnect> _handle;
     xcb_window_t _root = 0;
     std::string _name;
-    std::size_t _credit = 0; // bytes that can be written before the socket is asked again
     bool _isResponding = true;
 };

@@ -146,7 +146,7 @@ void NPCrtcTablesX11::sendHeldTables()
 {
     for (auto& [identifier, crtc] : _crtcs) {
         if (crtc.isHeld) {
-            if (!_connection.hasRoom(crtc.next.samples().size_bytes())) {
+            if (!_connection.hasRoom()) {
                 break;
             }
             _send(identifier, crtc);

@@ -78,7 +78,8 @@ NPTestGamma NPTestRandR::gamma(xcb_randr_crtc_t crtc) const
     const auto channel = [&](const std::uint16_t* first) {
         return std::vector<std::uint16_t>(first, first + reply->size);
     };
-    return {channel(xcb_randr_get_crtc_gamma_red(reply.get())), channel(xcb_randr_get_crtc_gamma_green(reply.get())),
+    return {channel(xcb_randr_get_crtc_gamma_red(reply.get())),
+            channel(xcb_randr_get_crtc_gamma_green(reply.get())),
             channel(xcb_randr_get_crtc_gamma_blue(reply.get()))};
 }
 

@@ -46,8 +46,10 @@ TEST(NPDisplayIdentities, TwinsAreToldApartByTheirConnectors)
 
 TEST(NPDisplayIdentities, TwinsHaveTheSameIdentifiersInAnyOrder)
 {
-    const Identifiers forwards = NPDisplayIdentities().identify(Screens{{1, "DP-1", "edid"}, {2, "DP-2", "edid"}});
-    const Identifiers backwards = NPDisplayIdentities().identify(Screens{{5, "DP-2", "edid"}, {4, "DP-1", "edid"}});
+    const Screens screens = {{1, "DP-1", "edid"}, {2, "DP-2", "edid"}};
+    const Screens otherWay = {{5, "DP-2", "edid"}, {4, "DP-1", "edid"}};
+    const Identifiers forwards = NPDisplayIdentities().identify(screens);
+    const Identifiers backwards = NPDisplayIdentities().identify(otherWay);
     EXPECT_EQ(forwards, (Identifiers{backwards[1], backwards[0]}));
 }
 

@@ -15,7 +15,8 @@ NPHardwareTable hardwareTable(std::size_t size, Curve curve)
     for (std::size_t channel = 0; channel < 3; ++channel) {
         for (std::size_t i = 0; i < size; ++i) {
             const double position = static_cast<double>(i) / static_cast<double>(size - 1);
-            table.channel(channel)[i] = static_cast<std::uint16_t>(std::lround(curve(channel, position) * 65535.0));
+            const double value = curve(channel, position) * 65535.0;
+            table.channel(channel)[i] = static_cast<std::uint16_t>(std::lround(value));
         }
     }
     return table;
