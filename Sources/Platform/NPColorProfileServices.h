@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/NPDisplayServices.h"
+#include "ScreenGamma/QXColorProfile.h"
 
 #include <optional>
 #include <string>
@@ -11,7 +12,15 @@
 struct NPDisplayProfile {
     QXGammaTable baseTable; // sampleCount 0 when there is none: such a display is never written
     std::optional<std::string> location;
+
+    // The profile that the display uses now, of which custom ones are copies. None where profiles are not
+    // managed: such a display cannot have a custom one.
+    std::optional<QXColorProfile> profile = std::nullopt;
 };
+
+// A display that uses this profile. When it is a custom one of ours, the base table and the location are those
+// of the profile that it was made from.
+NPDisplayProfile NPDisplayProfileFromColorProfile(QXColorProfile profile);
 
 class NPColorProfileServices {
 public:

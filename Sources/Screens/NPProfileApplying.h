@@ -29,14 +29,22 @@ public:
     // profile of any display is applied. Does not block.
     virtual void waitProfileURLForScreen(NPDisplayID screen) = 0;
 
-    // Writes a copy of the display's own profile that carries the table, in the background. The completion
-    // runs on the main thread with the file's location, or none when it could not be written.
+    // Writes a copy of the display's profile (`own.profile`) that carries the table, in the background. The
+    // completion runs on the main thread with the file's location, or none when it could not be written; at
+    // once when there is nothing to write. Of several writes for one display the newest alone may do it.
     using Completion = std::function<void(std::optional<std::string> location)>;
     virtual void writeProfile(NPDisplayID screen, const NPDisplayProfile& own, const QXGammaTable& table,
                               Completion completion) = 0;
 
-    // Deletes the display's custom profile file, if there is one.
+    // Deletes the display's custom profile file, if there is one, in the background.
     virtual void removeProfileFileForScreen(NPDisplayID screen) = 0;
+
+    // Deletes all of them, once the writes under way have come to their end.
+    virtual void removeProfileFolder() = 0;
+
+    // Returns when every display uses what it is to use, or what it cannot have has been logged in one line.
+    // At once while applying is disabled.
+    virtual void waitUntilNoPendingProfile() = 0;
 };
 
 // For platforms without custom profiles: nothing can be applied, whoever enables it, so nothing is written.
@@ -51,4 +59,6 @@ public:
     void waitProfileURLForScreen(NPDisplayID) override {}
     void writeProfile(NPDisplayID, const NPDisplayProfile&, const QXGammaTable&, Completion) override {}
     void removeProfileFileForScreen(NPDisplayID) override {}
+    void removeProfileFolder() override {}
+    void waitUntilNoPendingProfile() override {}
 };

@@ -1,6 +1,7 @@
 #include "Screens/NPScreenController.h"
 
 #include "Foundation/QXAssert.h"
+#include "Foundation/QXString.h"
 #include "Screens/QXDisplayGamma.h"
 
 #include <algorithm>
@@ -26,6 +27,11 @@ std::optional<QXDate> NPScreenController::triggerDate() const
 void NPScreenController::retriveGammaCurve()
 {
     _ownProfile = _services.profiles.copyDisplayProfile(_screen);
+    if (_ownProfile.profile) {
+        QXColorProfileSetDescription(*_ownProfile.profile, QXLocalizedString("Nightpane").c_str());
+        QXColorProfileSetBaseURL(*_ownProfile.profile, _ownProfile.location);
+        QXColorProfileSetBaseGammaTable(*_ownProfile.profile, _ownProfile.baseTable);
+    }
     QXGammaTableGetForDisplay(_services.displays, _lastGammaCurve, _screen);
     if (_lastGammaCurve.sampleCount == 0) {
         _lastGammaCurve = _ownProfile.baseTable;
@@ -47,6 +53,7 @@ void NPScreenController::setActivation(bool active, const std::shared_ptr<NPEffe
     _targetDate = targetDate;
     _transitionStartGammaCurve = _lastGammaCurve;
     _profileNeedsUpdate = true;
+    ++_profileVersion; // a write still under way has the table of before
 }
 
 double NPScreenController::updateEffectForDate(QXDate date)

@@ -74,7 +74,7 @@ private:
     std::shared_ptr<NPEffectGroup> _effect; // kept while inactive, so that a fade-out can be matched
     double _transitionDuration = 0.0;
     std::optional<QXDate> _targetDate;
-    NPDisplayProfile _ownProfile; // its base table is the display's
+    NPDisplayProfile _ownProfile; // with the display's base table; its profile is ready to become a custom one
     QXGammaTable _lastGammaCurve; // written last or, at first, found on the display
     QXGammaTable _transitionStartGammaCurve;
     std::uint64_t _profileVersion = 0; // a finished write of an older version is dropped

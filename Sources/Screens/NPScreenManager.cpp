@@ -2,6 +2,7 @@
 
 #include "Foundation/QXSharedScope.h"
 #include "Foundation/QXWeakTarget.h"
+#include "Screens/NPProfileManager.h"
 
 #include <algorithm>
 
@@ -72,6 +73,9 @@ void NPScreenManager::setColorProfileManagementEnabled(bool enabled)
         return;
     }
     _profiles.beginUpdate();
+    if (!_profiles.applyEnabled()) {
+        _profiles.setApplyEnabled(true); // held back by a fade; the displays' own profiles must not be
+    }
     for (const std::shared_ptr<NPScreenController>& controller : controllers) {
         controller->restoreProfile();
     }
@@ -344,8 +348,7 @@ void NPScreenManager::_postStateDidChange()
 std::shared_ptr<NPScreenManager> sharedScreenManager()
 {
     return QXSharedScope::current().instance<NPScreenManager>([] {
-        const auto profiles = QXSharedScope::current().instance<NPProfileApplying>(
-            [] { return std::make_shared<NPNoCustomProfiles>(); });
-        return std::make_shared<NPScreenManager>(NPCurrentPlatform(), *sharedEffectManager(), *profiles);
+        return std::make_shared<NPScreenManager>(NPCurrentPlatform(), *sharedEffectManager(),
+                                                 *sharedProfileManager());
     });
 }

@@ -1,6 +1,7 @@
 #include "Shell/NPAppController.h"
 
 #include "Foundation/QXWeakTarget.h"
+#include "Screens/NPProfileManager.h"
 #include "Sunset & Sunrise/NPSunriseSunsetCalculator.h"
 
 #include <algorithm>
@@ -61,6 +62,8 @@ void NPAppController::applicationDidFinishLaunching()
 void NPAppController::applicationWillTerminate()
 {
     _screenManager.setScreenManagementEnabled(false);
+    sharedProfileManager()->removeProfileFolder();
+    sharedProfileManager()->waitUntilNoPendingProfile();
 }
 
 void NPAppController::_initDefaults()

@@ -25,7 +25,8 @@ public:
     // Start-up: the switch, the timers, the observers; on a first run the default group is activated.
     void applicationDidFinishLaunching();
 
-    // Gives every display back. The saved switch stays, so the next launch restores it.
+    // Gives every display back its table and its own colour profile, and waits until they have them. The saved
+    // switch stays, so the next launch restores it.
     void applicationWillTerminate();
 
     // The global switch. The saved value is its master: whoever changes the setting switches.

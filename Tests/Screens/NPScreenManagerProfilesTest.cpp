@@ -123,6 +123,18 @@ TEST_F(NPScreenManagerProfilesTest, WriteOvertakenByARestorationIsDropped)
     EXPECT_EQ(custom(), "");
 }
 
+TEST_F(NPScreenManagerProfilesTest, WriteOvertakenByANewFadeIsDroppedAndItsEndWritesAnew)
+{
+    activate();
+    deactivate(NPTransitionKind::manual);
+    custom();
+    profiles->finish(0, "file:///before");
+    EXPECT_EQ(custom(), "");
+    platform.clock.advance(3.0);
+    EXPECT_EQ(custom(), "1 wait\n1 write\n");
+    EXPECT_TRUE(sameTable(profiles->writes().at(1).table, scaledTable(0.9F)));
+}
+
 TEST_F(NPScreenManagerProfilesTest, WriteThatFinishesAfterManagementWasSwitchedOffIsDropped)
 {
     activate();
@@ -313,6 +325,20 @@ TEST_F(NPScreenManagerProfilesTest, SwitchingProfilesOffRestoresThemAndRefreshes
     platform.clock.advance(100.0);
     EXPECT_NEAR(writesTo(1), 20, 1); // one controller, one second more, every 0.1 s
     EXPECT_EQ(manager().transitionTimerInterval(), 0.0);
+    EXPECT_FALSE(profiles->applyEnabled());
+}
+
+TEST_F(NPScreenManagerProfilesTest, SwitchingProfilesOffInAFadeStillAppliesTheDisplaysOwn)
+{
+    activate(NPTransitionKind::manual);
+    platform.clock.advance(1.0);
+    platform.log.clear();
+    manager().setColorProfileManagementEnabled(false);
+    const std::vector<std::string> lines = platform.log.lines();
+    ASSERT_GE(lines.size(), 6U);
+    EXPECT_EQ(std::vector(lines.begin(), lines.begin() + 6),
+              (std::vector<std::string>{"custom begin", "custom on", "custom 1 set file:///own", "custom 1 remove",
+                                        "custom end", "custom off"}));
     EXPECT_FALSE(profiles->applyEnabled());
 }
 

@@ -41,6 +41,8 @@ public:
         _writes.push_back({screen, own, table, std::move(completion)});
     }
     void removeProfileFileForScreen(NPDisplayID screen) override { _add(screen, "remove"); }
+    void removeProfileFolder() override { _log.add("custom remove folder"); }
+    void waitUntilNoPendingProfile() override { _log.add("custom wait for all"); }
 
     // Every write asked for so far, in order.
     const std::vector<Write>& writes() const { return _writes; }

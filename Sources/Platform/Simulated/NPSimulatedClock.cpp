@@ -1,8 +1,11 @@
 #include "Platform/Simulated/NPSimulatedClock.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <iterator>
 #include <limits>
+#include <set>
 #include <utility>
 
 namespace {
@@ -69,10 +72,66 @@ private:
     std::function<void()> _handler;
 };
 
+// The pauses of other threads.
+struct NPSimulatedClock::Pauses {
+    std::mutex mutex; // guards what follows
+    std::condition_variable change;
+    Nanoseconds now = 0;
+    bool mainWaits = false;
+    std::multiset<Nanoseconds> ends;
+
+    void passTo(Nanoseconds moment)
+    {
+        const std::lock_guard lock(mutex);
+        now = std::max(now, moment);
+        change.notify_all();
+    }
+
+    // While the main thread waits, time passes for nobody but the sleepers.
+    Nanoseconds setMainWaits(bool waits)
+    {
+        const std::lock_guard lock(mutex);
+        mainWaits = waits;
+        change.notify_all();
+        return now;
+    }
+};
+
+class NPSimulatedClock::Sleeper final : public NPSleeper {
+public:
+    explicit Sleeper(std::shared_ptr<Pauses> pauses) : _pauses(std::move(pauses)) {}
+
+    void sleepForTimeInterval(double seconds) override
+    {
+        std::unique_lock lock(_pauses->mutex);
+        const Nanoseconds end = _pauses->now + saturated(seconds * nanosecondsPerSecond);
+        const auto entry = _pauses->ends.insert(end);
+        _pauses->change.notify_all();
+        _pauses->change.wait(lock, [&] { return _isAwake || _pauses->mainWaits || _pauses->now >= end; });
+        _pauses->ends.erase(entry);
+        if (_pauses->mainWaits && !_isAwake) {
+            _pauses->now = std::max(_pauses->now, end);
+        }
+    }
+
+    void wake() override
+    {
+        const std::lock_guard lock(_pauses->mutex);
+        _isAwake = true;
+        _pauses->change.notify_all();
+    }
+
+private:
+    const std::shared_ptr<Pauses> _pauses;
+    bool _isAwake = false;
+};
+
 NPSimulatedClock::NPSimulatedClock(QXDate start, QXNotificationCenter& notifications)
-    : _notifications(notifications), _wallAnchor(start)
+    : _notifications(notifications), _wallAnchor(start), _pauses(std::make_shared<Pauses>())
 {
 }
+
+NPSimulatedClock::~NPSimulatedClock() = default;
 
 QXDate NPSimulatedClock::now() const
 {
@@ -107,6 +166,29 @@ void NPSimulatedClock::performOnMain(std::function<void()> work)
     _queue.push_back(std::move(work));
 }
 
+std::unique_ptr<NPSleeper> NPSimulatedClock::makeSleeper()
+{
+    return std::make_unique<Sleeper>(_pauses);
+}
+
+void NPSimulatedClock::waitOnMain(std::condition_variable& signal, std::unique_lock<std::mutex>& lock,
+                                  const std::function<bool()>& condition)
+{
+    _pauses->setMainWaits(true);
+    signal.wait(lock, condition);
+    _monotonic = std::max(_monotonic, _pauses->setMainWaits(false));
+}
+
+bool NPSimulatedClock::waitForSleepers(std::size_t count)
+{
+    constexpr std::chrono::seconds patience{20};
+    std::unique_lock lock(_pauses->mutex);
+    return _pauses->change.wait_for(lock, patience, [&] {
+        const auto after = _pauses->ends.upper_bound(_pauses->now); // the others are about to end
+        return static_cast<std::size_t>(std::distance(after, _pauses->ends.end())) == count;
+    });
+}
+
 void NPSimulatedClock::advance(double seconds)
 {
     const Nanoseconds end = saturated(static_cast<double>(_monotonic) + seconds * nanosecondsPerSecond);
@@ -117,10 +199,12 @@ void NPSimulatedClock::advance(double seconds)
             break;
         }
         _monotonic = std::max(_monotonic, due);
+        _pauses->passTo(_monotonic);
         timer->fire(_monotonic, now());
         _serveMainQueue();
     }
     _monotonic = end;
+    _pauses->passTo(_monotonic);
 }
 
 void NPSimulatedClock::advanceTo(QXDate date)

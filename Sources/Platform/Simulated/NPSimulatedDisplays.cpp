@@ -121,6 +121,9 @@ NPDisplayProfile NPSimulatedDisplays::copyDisplayProfile(NPDisplayID identifier)
     if (!found || !found->online) {
         return {};
     }
+    if (found->profile) {
+        return NPDisplayProfileFromColorProfile(*found->profile);
+    }
     return {found->baseTable, found->profileLocation};
 }
 

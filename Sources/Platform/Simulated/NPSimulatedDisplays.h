@@ -12,6 +12,7 @@ struct NPSimulatedDisplay {
     QXGammaTable table = QXGammaTableIdentity();     // what it shows; its sampleCount is the hardware's size
     QXGammaTable baseTable = QXGammaTableIdentity(); // its own profile's
     std::optional<std::string> profileLocation = std::nullopt;
+    std::optional<QXColorProfile> profile = std::nullopt; // used now; it then decides the two above as well
     bool online = true;
     bool active = true; // online, and not asleep or a mirror's copy
     bool readsFail = false;

@@ -3,6 +3,9 @@
 
 #include "Support/NPEngineTest.h"
 
+#include <atomic>
+#include <thread>
+
 namespace {
 
 constexpr std::uint64_t second = 1'000'000'000;
@@ -158,6 +161,57 @@ TEST_F(NPSimulatedClockTest, DatesThatNeverComeDoNotFire)
     clock.advance(1e9);
     EXPECT_EQ(fired, "");
     EXPECT_EQ(clock.timerCount(), 2U);
+}
+
+TEST_F(NPSimulatedClockTest, PauseOfAnotherThreadEndsWhenItsTimeHasCome)
+{
+    const std::unique_ptr<NPSleeper> sleeper = clock.makeSleeper();
+    std::atomic<bool> isOver = false;
+    std::thread other([&] {
+        sleeper->sleepForTimeInterval(1.0);
+        isOver = true;
+    });
+    EXPECT_TRUE(clock.waitForSleepers(1));
+    clock.advance(0.5);
+    EXPECT_TRUE(clock.waitForSleepers(1));
+    EXPECT_FALSE(isOver);
+    clock.advance(0.5);
+    other.join();
+    EXPECT_TRUE(isOver);
+}
+
+TEST_F(NPSimulatedClockTest, PauseEndsWhenItIsWoken)
+{
+    const std::unique_ptr<NPSleeper> sleeper = clock.makeSleeper();
+    std::thread other([&] {
+        sleeper->sleepForTimeInterval(1.0);
+        sleeper->sleepForTimeInterval(1.0); // and so does every later one
+    });
+    EXPECT_TRUE(clock.waitForSleepers(1));
+    sleeper->wake();
+    other.join();
+    EXPECT_EQ(clock.monotonicTime(), 0.0);
+}
+
+TEST_F(NPSimulatedClockTest, PausesPassWhileTheMainThreadWaits)
+{
+    const std::unique_ptr<NPSleeper> sleeper = clock.makeSleeper();
+    std::mutex mutex;
+    std::condition_variable signal;
+    bool isOver = false;
+    std::thread other([&] {
+        sleeper->sleepForTimeInterval(1.0);
+        sleeper->sleepForTimeInterval(2.0);
+        const std::lock_guard lock(mutex);
+        isOver = true;
+        signal.notify_all();
+    });
+    {
+        std::unique_lock lock(mutex);
+        clock.waitOnMain(signal, lock, [&] { return isOver; });
+    }
+    other.join();
+    EXPECT_EQ(clock.monotonicTime(), 3.0);
 }
 
 } // namespace
