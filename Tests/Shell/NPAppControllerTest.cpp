@@ -185,9 +185,9 @@ TEST_F(NPAppControllerTest, LateTimerCountsFromNow)
 {
     storeGroups({dimming("G", -0.5F, timed("22:00", "22:01"))});
     LateTimerServices late(platform.clock);
-    NPPlatform services = platform.services();
+    const NPPlatform services = platform.services();
     launch({services.clock, late, services.mainQueue, services.timeZones, services.defaults, services.displays,
-            services.profiles, services.notifications});
+            services.profiles, services.hotKeys, services.keyboardLayout, services.notifications});
     platform.clock.advanceTo(at("22:00:04"));
     EXPECT_EQ(state(), "1:G- 2:G-"); // from yesterday
     platform.clock.advanceTo(at("22:00:06"));
