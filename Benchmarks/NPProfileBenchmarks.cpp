@@ -1,12 +1,15 @@
 // What a custom colour profile costs.
 #include "NPLimit.h"
 
-#include "ScreenGamma/QXColorProfile.h"
+#include "Platform/Simulated/NPSimulatedPlatform.h"
+#include "Platform/Simulated/NPSimulatedProfiles.h"
+#include "Screens/NPProfileManager.h"
 
 namespace {
 
 constexpr double buildLimit = 50e-6;
 constexpr double readLimit = 1e-3;
+constexpr double handOverLimit = 0.2e-3;
 constexpr std::size_t usualSize = 20'000;
 constexpr std::size_t largeSize = 1'000'000;
 
@@ -54,5 +57,28 @@ void ReadProfile(benchmark::State& state)
     NPSetLimit(state, readLimit);
 }
 BENCHMARK(ReadProfile)->Name("profile: read 1 MB");
+
+// The main thread's part: the mark, the write, and what comes back of it.
+void HandOver(benchmark::State& state)
+{
+    NPSimulatedPlatform platform;
+    NPSimulatedProfiles profiles(platform.log);
+    NPProfileManager manager({profiles, profiles, platform.clock, platform.clock});
+    manager.setApplyEnabled(true);
+    const NPDisplayProfile own = NPDisplayProfileFromColorProfile(
+        QXColorProfile::profileWithData(profileOfSize(usualSize), "file:///own.icc").value());
+    const QXGammaTable table = QXGammaTableIdentity();
+    for ([[maybe_unused]] const auto iteration : state) {
+        manager.waitProfileURLForScreen(1);
+        manager.writeProfile(1, own, table, [&](std::optional<std::string> location) {
+            manager.setProfileURL(std::move(location), 1);
+        });
+        platform.clock.advance(0.0); // the completions of earlier writes
+    }
+    manager.removeProfileFolder();
+    platform.clock.advance(0.0);
+    NPSetLimit(state, handOverLimit);
+}
+BENCHMARK(HandOver)->Name("profile: hand-over, main thread");
 
 } // namespace
