@@ -119,6 +119,40 @@ TEST(NPStalledServerX11, WaitingEndsAndSaysSo)
     EXPECT_LT(NPTestMillisecondsSince(start), 4000.0);
 }
 
+TEST(NPStalledServerX11, ReadingEndsThoughTheSocketIsFull)
+{
+    const NPTestXServer server = NPTestXServer::xorg();
+    server.switchOn(2);
+    NPMainLoopLinux loop;
+    const auto displays = NPTestOpen(server, loop);
+    displays->copyDisplayProfile(displays->mainDisplay());
+    loop.processEvents();
+    server.suspend();
+    for (std::uint32_t i = 1; i <= manySteps; ++i) {
+        ASSERT_TRUE(displays->setDisplayTransferTable(displays->mainDisplay(), step(i)));
+    }
+    const auto start = Clock::now();
+    QXGammaTable table;
+    EXPECT_FALSE(displays->getDisplayTransferTable(NPTestDisplay(*displays, "DUMMY1"), table));
+    displays->setDisplayTransferTable(displays->mainDisplay(), step(1));
+    loop.processEvents();
+    EXPECT_LT(NPTestMillisecondsSince(start), 4000.0);
+}
+
+TEST(NPStalledServerX11, DisplayWhoseOwnTableCannotBeReadIsNotWritten)
+{
+    const NPTestXServer server = NPTestXServer::xvfb();
+    NPMainLoopLinux loop;
+    const auto displays = NPTestOpen(server, loop);
+    loop.processEvents();
+    server.suspend();
+    const auto start = Clock::now();
+    for (std::uint32_t i = 1; i <= manySteps; ++i) {
+        ASSERT_FALSE(displays->setDisplayTransferTable(displays->mainDisplay(), step(i)));
+    }
+    EXPECT_LT(NPTestMillisecondsSince(start), 4000.0);
+}
+
 TEST(NPStalledServerX11, RestoringOvertakesHeldTables)
 {
     const NPTestXServer server = NPTestXServer::xvfb();

@@ -78,7 +78,7 @@ std::expected<NPConnectionX11, std::string> NPConnectionX11::open(const std::str
 
 bool NPConnectionX11::hasRoom() const
 {
-    // The client library waits for just this before it writes.
+    // The client library waits for just this before it writes, without an end.
     return waitFor(descriptor(), POLLOUT, {});
 }
 
@@ -87,18 +87,28 @@ bool NPConnectionX11::waitForRoom() const
     return waitFor(descriptor(), POLLOUT, Clock::now() + patience);
 }
 
+bool NPConnectionX11::isResponding()
+{
+    _isResponding = _isResponding || waitFor(descriptor(), POLLIN, {});
+    return _isResponding;
+}
+
 void* NPConnectionX11::_waitForReply(unsigned int sequence)
 {
+    const auto end = Clock::now() + (_isResponding ? patience : patience.zero());
     void* reply = nullptr;
     xcb_generic_error_t* error = nullptr;
-    const auto end = Clock::now() + (_isResponding ? patience : patience.zero());
-    xcb_flush(handle());
-    while (xcb_poll_for_reply(handle(), sequence, &reply, &error) == 0) {
-        if (!waitFor(descriptor(), POLLIN, end)) {
-            xcb_discard_reply(handle(), sequence);
-            _isResponding = false;
-            return nullptr;
-        }
+    bool isReady = waitFor(descriptor(), POLLOUT, end); // see hasRoom()
+    if (isReady) {
+        xcb_flush(handle());
+    }
+    while (isReady && xcb_poll_for_reply(handle(), sequence, &reply, &error) == 0) {
+        isReady = waitFor(descriptor(), POLLIN, end);
+    }
+    if (!isReady) {
+        xcb_discard_reply(handle(), sequence);
+        _isResponding = false;
+        ++_unansweredCount;
     }
     std::free(error);
     return reply;
@@ -107,7 +117,8 @@ void* NPConnectionX11::_waitForReply(unsigned int sequence)
 bool NPConnectionX11::synchronize()
 {
     // The smallest question that there is.
-    return reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(handle()).sequence) != nullptr;
+    return isResponding()
+           && reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(handle()).sequence) != nullptr;
 }
 
 unsigned int NPConnectionX11::requestAtom(std::string_view name) const

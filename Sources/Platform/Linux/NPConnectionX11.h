@@ -45,16 +45,20 @@ public:
     bool waitForRoom() const;
 
     // The answer to a request; none for an error, for a lost connection, and when the server does not
-    // respond. Once it has not responded, later calls wait no more until noticeActivity(). Requests may be
-    // sent together and their replies collected afterwards, in order.
+    // respond. Once it has not responded, later calls wait no more while isResponding() is false. Requests
+    // may be sent together and their replies collected afterwards, in order.
     template <typename Reply>
     NPContentX11<Reply> reply(unsigned int sequence)
     {
         return NPContentX11<Reply>(static_cast<Reply*>(_waitForReply(sequence)));
     }
 
-    // Whether every wait so far, or since noticeActivity(), has had an answer.
-    bool isResponding() const { return _isResponding; }
+    // Whether every wait so far, or since the server last sent something, has had an answer. While it is
+    // false, nothing is to be asked: the questions would only pile up.
+    bool isResponding();
+
+    // How many waits have had no answer, so that one can tell afterwards whether one of several had none.
+    unsigned int unansweredCount() const { return _unansweredCount; }
 
     // To be called when something has come from the server.
     void noticeActivity() { _isResponding = true; }
@@ -77,4 +81,5 @@ private:
     xcb_window_t _root = 0;
     std::string _name;
     bool _isResponding = true;
+    unsigned int _unansweredCount = 0;
 };

@@ -142,17 +142,19 @@ bool NPCrtcTablesX11::holdsTables() const
     return std::ranges::any_of(_crtcs, [](const auto& entry) { return entry.second.isHeld; });
 }
 
+// Flushes after every request that is as large as a table, so that there is always room for the next.
 void NPCrtcTablesX11::sendHeldTables()
 {
     for (auto& [identifier, crtc] : _crtcs) {
-        if (crtc.isHeld) {
-            if (!_connection.hasRoom()) {
-                break;
-            }
+        if (crtc.isHeld && !crtc.nextIsBase && !crtc.isRecorded && _connection.hasRoom()) {
+            _record(identifier, crtc);
+            xcb_flush(_connection.handle());
+        }
+        if (crtc.isHeld && (crtc.nextIsBase || crtc.isRecorded) && _connection.hasRoom()) {
             _send(identifier, crtc);
+            xcb_flush(_connection.handle());
         }
     }
-    xcb_flush(_connection.handle());
 }
 
 void NPCrtcTablesX11::restoreBaseTables()
@@ -184,6 +186,9 @@ std::optional<NPHardwareTable> NPCrtcTablesX11::_readTable(xcb_randr_crtc_t iden
     if (crtc.read) {
         return crtc.read;
     }
+    if (!_connection.isResponding()) {
+        return std::nullopt;
+    }
     const auto request = xcb_randr_get_crtc_gamma(_connection.handle(), identifier);
     const auto reply = _connection.reply<xcb_randr_get_crtc_gamma_reply_t>(request.sequence);
     NPHardwareTable table = NPHardwareTableFromReplyX11(reply.get());
@@ -203,9 +208,6 @@ bool NPCrtcTablesX11::_renewBase(xcb_randr_crtc_t identifier, Crtc& crtc)
 
 void NPCrtcTablesX11::_send(xcb_randr_crtc_t identifier, Crtc& crtc)
 {
-    if (!crtc.nextIsBase && !crtc.isRecorded) {
-        _record(identifier, crtc);
-    }
     xcb_randr_set_crtc_gamma(_connection.handle(), identifier, static_cast<std::uint16_t>(crtc.size),
                              crtc.next.channel(0).data(), crtc.next.channel(1).data(),
                              crtc.next.channel(2).data());

@@ -101,5 +101,6 @@ bool NPRecoverDisplaysX11(const NPDisplayRecoveryX11& recovery)
         return true; // no server, no displays
     }
     Recovery(*connection, recovery).run();
-    return (connection->isResponding() && connection->synchronize()) || connection->isLost();
+    const bool isDone = connection->synchronize() && connection->unansweredCount() == 0;
+    return isDone || connection->isLost();
 }

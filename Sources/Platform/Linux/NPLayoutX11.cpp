@@ -56,6 +56,7 @@ private:
 
 std::optional<NPLayoutX11> Reading::layout()
 {
+    const unsigned int unanswered = _connection.unansweredCount();
     xcb_connection_t* const handle = _connection.handle();
     const auto resourcesRequest = xcb_randr_get_screen_resources_current(handle, _connection.root());
     const auto primaryRequest = xcb_randr_get_output_primary(handle, _connection.root());
@@ -82,8 +83,9 @@ std::optional<NPLayoutX11> Reading::layout()
     std::ranges::for_each(outputRequests, [this](const OutputRequests& requests) { _takeOutput(requests); });
     std::ranges::for_each(crtcRequests, [this](const CrtcRequests& requests) { _takeCrtc(requests); });
     _readRecords();
-    // Whoever got no answer to some of its questions must not take the rest for the whole.
-    return _connection.isResponding() && !_connection.isLost() ? std::optional(std::move(_layout)) : std::nullopt;
+    // Without some of the answers the rest must not be taken for the whole.
+    const bool isWhole = _connection.unansweredCount() == unanswered && !_connection.isLost();
+    return isWhole ? std::optional(std::move(_layout)) : std::nullopt;
 }
 
 OutputRequests Reading::_requestOutput(xcb_randr_output_t output, xcb_timestamp_t time) const
