@@ -162,7 +162,7 @@ NPDisplayList NPEffectGroup::affectedScreenSet() const
         return {};
     }
     QXArray sorted = *stored->array();
-    std::ranges::stable_sort(sorted, [](const QXValue& left, const QXValue& right) {
+    std::ranges::sort(sorted, [](const QXValue& left, const QXValue& right) {
         return QXCompareNumbers(left, right) < 0;
     });
     NPDisplayList screens;
