@@ -1,5 +1,6 @@
 // What we make of colour profiles, against other programs' readers: lcms2, colord, ArgyllCMS and exiftool.
 #include "ScreenGamma/QXColorProfile.h"
+#include "ScreenGamma/QXDisplayColors.h"
 
 #include "Platform/Linux/NPTemporaryFolder.h"
 #include "Support/ColorProfiles.h"
@@ -231,4 +232,24 @@ TEST(QXColorProfileReaders, ReadTheSameCalibrationThatLcmsReads)
         }
     }
     EXPECT_GE(compared, 3U);
+}
+
+TEST(QXColorProfileReaders, SeeTheStandardColorsInAProfileMadeFromThem)
+{
+    const QXData data = QXColorProfileForDisplay(QXStandardColors, "sRGB")->copyData().value();
+    const LcmsProfile made = openedByLcms(data);
+    const LcmsProfile standard(cmsCreate_sRGBProfile());
+    ASSERT_TRUE(made);
+    const cmsHTRANSFORM transform = cmsCreateTransform(made.get(), TYPE_RGB_8, standard.get(), TYPE_RGB_8,
+                                                       INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOOPTIMIZE);
+    ASSERT_NE(transform, nullptr);
+    for (const std::array<std::uint8_t, 3>& color :
+         {std::array<std::uint8_t, 3>{255, 255, 255}, {128, 30, 200}, {1, 254, 77}, {12, 12, 12}}) {
+        std::array<std::uint8_t, 3> seen{};
+        cmsDoTransform(transform, color.data(), seen.data(), 1);
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_NEAR(seen[i], color[i], 1);
+        }
+    }
+    cmsDeleteTransform(transform);
 }
