@@ -63,8 +63,10 @@ NPDisplayListX11 NPDisplayListFromLayoutX11(const NPLayoutX11& layout, NPDisplay
                         .rotation = crtc->rotation,
                         .tableSize = crtc->table.size()});
     }
-    std::ranges::stable_partition(
-        list, [&](const NPDisplayX11& display) { return display.output == layout.primary; });
+    const auto primary = std::ranges::find(list, layout.primary, &NPDisplayX11::output);
+    if (primary != list.end()) {
+        std::rotate(list.begin(), primary, primary + 1);
+    }
     if (list.size() > NPDisplayListCapacity) {
         list.erase(list.begin() + NPDisplayListCapacity, list.end());
     }
