@@ -46,8 +46,8 @@ QXNotificationCenter::~QXNotificationCenter() = default;
 void QXNotificationCenter::addObserver(QXNotificationObserver& observer, std::string name, const void* object,
                                        QXNotificationHandler handler)
 {
-    const bool known = std::ranges::any_of(
-        observer._centers, [this](const auto& center) { return center.lock() == _subscriptions; });
+    const bool known = std::ranges::any_of(observer._centers,
+                                           [this](const auto& center) { return center.lock() == _subscriptions; });
     if (!known) {
         observer._centers.push_back(_subscriptions);
     }
@@ -65,8 +65,7 @@ void QXNotificationCenter::removeObserver(const QXNotificationObserver& observer
                                           const void* object)
 {
     _subscriptions->removeIf([&](const auto& entry) {
-        return entry.observer == &observer && entry.name == name
-               && (object == nullptr || entry.object == object);
+        return entry.observer == &observer && entry.name == name && (object == nullptr || entry.object == object);
     });
 }
 
@@ -74,8 +73,7 @@ void QXNotificationCenter::postNotification(std::string_view name, const void* o
 {
     const auto entries = _subscriptions->entries; // what is added during the post is not called by it
     for (const auto& entry : entries) {
-        if (!entry->removed && entry->name == name
-            && (entry->object == nullptr || entry->object == object)) {
+        if (!entry->removed && entry->name == name && (entry->object == nullptr || entry->object == object)) {
             entry->handler(QXNotification{name, object});
         }
     }

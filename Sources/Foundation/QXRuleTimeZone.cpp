@@ -25,7 +25,7 @@ std::int64_t dayOfMonthWeek(std::int64_t year, int month, int week, int weekday)
     const std::int64_t first = QXDaysFromCivil(year, month, 1);
     const std::int64_t next = month == 12 ? QXDaysFromCivil(year + 1, 1, 1) : QXDaysFromCivil(year, month + 1, 1);
     const std::int64_t weekdayOfFirst = ((first + 4) % 7 + 7) % 7; // 1970-01-01 was a Thursday
-    const std::int64_t day = first + (weekday - weekdayOfFirst + 7) % 7 + 7 * (week - 1);
+    const std::int64_t day = first + (weekday - weekdayOfFirst + 7) % 7 + std::int64_t{7} * (week - 1);
     return day < next ? day : day - 7;
 }
 

@@ -32,7 +32,7 @@ int compareIntegers(WideInteger left, WideInteger right)
     if (left.negative != right.negative) {
         return left.negative ? -1 : 1;
     }
-    const int bySize = sign(left.magnitude < right.magnitude, left.magnitude > right.magnitude);
+    const int bySize = sign(left.magnitude < right.magnitude, right.magnitude < left.magnitude);
     return left.negative ? -bySize : bySize;
 }
 
@@ -47,7 +47,7 @@ int compareIntegerWithReal(WideInteger integer, double real)
     }
     const double whole = std::trunc(real);
     const int byWhole = compareIntegers(integer, {whole < 0, static_cast<std::uint64_t>(std::fabs(whole))});
-    return byWhole != 0 ? byWhole : sign(whole < real, whole > real);
+    return byWhole != 0 ? byWhole : sign(whole < real, real < whole);
 }
 
 int compareReals(double left, double right)
@@ -55,7 +55,7 @@ int compareReals(double left, double right)
     if (std::isnan(left) || std::isnan(right)) {
         return sign(std::isnan(left) && !std::isnan(right), !std::isnan(left) && std::isnan(right));
     }
-    return sign(left < right, left > right);
+    return sign(left < right, right < left);
 }
 
 } // namespace

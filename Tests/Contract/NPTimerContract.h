@@ -145,8 +145,8 @@ TYPED_TEST_P(NPTimerContract, DelaysAndIntervalsOfAnyLengthAreKept)
 {
     const auto never = this->lettered(this->harness.timers().makeMonotonicTimer(this->longest, 1, 0), 'n');
     const auto once = this->lettered(this->harness.timers().makeMonotonicTimer(0, this->longest, 0), 'o');
-    const auto wallOnce
-        = this->lettered(this->harness.timers().makeWallClockTimer(this->in(1), this->longest, 0), 'w');
+    const auto wallOnce =
+        this->lettered(this->harness.timers().makeWallClockTimer(this->in(1), this->longest, 0), 'w');
     const auto distant = this->lettered(this->harness.timers().makeWallClockTimer(QXDistantFuture, 1, 0), 'd');
     this->harness.pass(2);
     EXPECT_EQ(this->fired, "ow");
@@ -365,12 +365,12 @@ REGISTER_TYPED_TEST_SUITE_P(
     AWallClockTimerNeverSeesATimeBeforeItsStart, AWallClockTimerWhoseDateHasPassedFiresAtOnce,
     ATimerRepeatsUntilItIsCancelled, ACancelledTimerDoesNotResume, DroppingATimerCancelsIt,
     AnIntervalOfZeroCountsAsOne, DelaysAndIntervalsOfAnyLengthAreKept, ADateThatIsNotANumberNeverComes,
-    WhatIsDueOnBothClocksFiresInTheOrderOfTheDueTimes,
-    AfterAJumpTheLongestOverdueFiresFirst, AClockSetForwardFiresWallClockTimersAlone,
-    AClockSetBackDelaysWallClockTimersAlone, ARepeatingWallClockTimerFiresOnceForWhatItMissedInAJump,
+    WhatIsDueOnBothClocksFiresInTheOrderOfTheDueTimes, AfterAJumpTheLongestOverdueFiresFirst,
+    AClockSetForwardFiresWallClockTimersAlone, AClockSetBackDelaysWallClockTimersAlone,
+    ARepeatingWallClockTimerFiresOnceForWhatItMissedInAJump,
     AJumpIsAnnouncedOnceBeforeTheTimersThatBecameDueByItFire, AJumpIsAnnouncedWhenNoTimerRuns,
     AHandlerMayCancelItsOwnTimer, AHandlerMayDropTheLastReferenceToItsTimer,
     ATimerHeldByItsOwnHandlerGoesWhenItIsCancelled, CancellingATimerThatOnlyItsHandlerHoldsLetsItGo,
-    AHandlerMayCancelATimerThatIsDueToo,
-    AHandlerMayDropATimerThatIsDueToo, AHandlerMayStartATimer, AHandlerMayGiveItsTimerAnotherHandler,
-    QueuedWorkRunsInOrderAndNotInsideTheCaller, WorkQueuedByATimerRunsAfterItsHandler);
+    AHandlerMayCancelATimerThatIsDueToo, AHandlerMayDropATimerThatIsDueToo, AHandlerMayStartATimer,
+    AHandlerMayGiveItsTimerAnotherHandler, QueuedWorkRunsInOrderAndNotInsideTheCaller,
+    WorkQueuedByATimerRunsAfterItsHandler);

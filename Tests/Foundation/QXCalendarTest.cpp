@@ -168,9 +168,9 @@ TEST(QXCalendar, ADayThatTheZoneSkipsBecomesTheNextOne)
 
 TEST(QXCalendar, EveryHourOfAYearRoundTripsWhereTheZoneHasItOnce)
 {
-    for (const char* rule : {"CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT,M3.2.0,M11.1.0",
-                             "AEST-10AEDT,M10.1.0,M4.1.0/3", "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0",
-                             "IST-1GMT0,M10.5.0,M3.5.0/1", "<+14>-14", "<-12>12"}) {
+    for (const char* rule :
+         {"CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT,M3.2.0,M11.1.0", "AEST-10AEDT,M10.1.0,M4.1.0/3",
+          "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0", "IST-1GMT0,M10.5.0,M3.5.0/1", "<+14>-14", "<-12>12"}) {
         const QXRuleTimeZone here = zone(rule);
         const QXDate start = QXDateFromDescription("2026-01-01T00:00:00Z").value();
         for (int halfHour = 0; halfHour < 2 * 24 * 365; ++halfHour) {

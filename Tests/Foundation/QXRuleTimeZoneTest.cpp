@@ -147,8 +147,8 @@ TEST(QXRuleTimeZone, AnswersForAnyOrderOfYears)
 TEST(QXRuleTimeZone, HasStandardTimeAtMomentsThatAreNone)
 {
     const QXRuleTimeZone berlin = zone("CET-1CEST,M3.5.0,M10.5.0/3");
-    for (const double seconds : {std::numeric_limits<double>::quiet_NaN(), 1e300,
-                                 -std::numeric_limits<double>::infinity()}) {
+    for (const double seconds :
+         {std::numeric_limits<double>::quiet_NaN(), 1e300, -std::numeric_limits<double>::infinity()}) {
         EXPECT_EQ(berlin.secondsFromGMT(QXDate{seconds}), 3600);
         EXPECT_EQ(berlin.daylightSavingTimeOffset(QXDate{seconds}), 0);
     }
@@ -156,15 +156,45 @@ TEST(QXRuleTimeZone, HasStandardTimeAtMomentsThatAreNone)
 
 TEST(QXRuleTimeZone, IsNoneForATextThatIsNoRule)
 {
-    for (const char* text :
-         {"", "CET", "C1", "CE1", "1CET", ":Europe/Berlin", "Europe/Berlin", "CET-25", "CET-1:60", "CET-1:00:60",
-          "CET-1:", "CET--1", "CET-1 ", " CET-1", "<CET-1", "<+1>-1", "<C_T>-1", "CET-1CEST", "CET-1CEST-2",
-          "CET-1CEST,M3.5.0", "CET-1CEST,M3.5.0,", "CET-1CEST,M3.5.0,M10.5.0/3x", "CET-1CEST,M3.5.0,M10.5.0,",
-          "CET-1CEST,M0.5.0,M10.5.0", "CET-1CEST,M13.5.0,M10.5.0", "CET-1CEST,M3.0.0,M10.5.0",
-          "CET-1CEST,M3.6.0,M10.5.0", "CET-1CEST,M3.5.7,M10.5.0", "CET-1CEST,M3.5,M10.5.0",
-          "CET-1CEST,J0,M10.5.0", "CET-1CEST,J366,M10.5.0", "CET-1CEST,366,M10.5.0", "CET-1CEST,-1,M10.5.0",
-          "CET-1CEST,M3.5.0/168,M10.5.0", "CET-1CEST,M3.5.0/,M10.5.0", "CET-1CEST,M3.5.0/-168,M10.5.0",
-          "CET-1CEST,M3.5.0/0002,M10.5.0", "CET-1,M3.5.0,M10.5.0", "CET-1CE-2,M3.5.0,M10.5.0"}) {
+    for (const char* text : {"",
+                             "CET",
+                             "C1",
+                             "CE1",
+                             "1CET",
+                             ":Europe/Berlin",
+                             "Europe/Berlin",
+                             "CET-25",
+                             "CET-1:60",
+                             "CET-1:00:60",
+                             "CET-1:",
+                             "CET--1",
+                             "CET-1 ",
+                             " CET-1",
+                             "<CET-1",
+                             "<+1>-1",
+                             "<C_T>-1",
+                             "CET-1CEST",
+                             "CET-1CEST-2",
+                             "CET-1CEST,M3.5.0",
+                             "CET-1CEST,M3.5.0,",
+                             "CET-1CEST,M3.5.0,M10.5.0/3x",
+                             "CET-1CEST,M3.5.0,M10.5.0,",
+                             "CET-1CEST,M0.5.0,M10.5.0",
+                             "CET-1CEST,M13.5.0,M10.5.0",
+                             "CET-1CEST,M3.0.0,M10.5.0",
+                             "CET-1CEST,M3.6.0,M10.5.0",
+                             "CET-1CEST,M3.5.7,M10.5.0",
+                             "CET-1CEST,M3.5,M10.5.0",
+                             "CET-1CEST,J0,M10.5.0",
+                             "CET-1CEST,J366,M10.5.0",
+                             "CET-1CEST,366,M10.5.0",
+                             "CET-1CEST,-1,M10.5.0",
+                             "CET-1CEST,M3.5.0/168,M10.5.0",
+                             "CET-1CEST,M3.5.0/,M10.5.0",
+                             "CET-1CEST,M3.5.0/-168,M10.5.0",
+                             "CET-1CEST,M3.5.0/0002,M10.5.0",
+                             "CET-1,M3.5.0,M10.5.0",
+                             "CET-1CE-2,M3.5.0,M10.5.0"}) {
         EXPECT_FALSE(QXRuleTimeZone::timeZoneWithRule(text)) << text;
     }
 }

@@ -144,7 +144,7 @@ TEST(QXNewUUIDString, HasTheFormOfARandomUUID)
         ASSERT_EQ(text.size(), 36U);
         for (std::size_t position = 0; position < text.size(); ++position) {
             const bool dash = position == 8 || position == 13 || position == 18 || position == 23;
-            const std::string allowed = dash               ? "-"
+            const std::string allowed = dash             ? "-"
                                         : position == 14 ? "4"
                                         : position == 19 ? "89AB"
                                                          : "0123456789ABCDEF";

@@ -125,9 +125,9 @@ TEST(QXValue, IntegersThatADoubleCannotHoldCompareExactly)
 
 TEST(QXValue, NumbersAreOrderedByValue)
 {
-    const std::vector<QXValue> ascending{notANumber, -infinity, -1e300, smallest,         -3,      -2.5,
-                                         -2,         -0.5,      0,      0.5,              true,    1.5,
-                                         2,          largest,   twoToThe63, largestUnsigned, 1e300, infinity};
+    const std::vector<QXValue> ascending{
+        notANumber, -infinity, -1e300,     smallest,        -3,    -2.5,    -2, -0.5, 0, 0.5, true, 1.5,
+        2,          largest,   twoToThe63, largestUnsigned, 1e300, infinity};
     for (std::size_t i = 0; i < ascending.size(); ++i) {
         for (std::size_t j = 0; j < ascending.size(); ++j) {
             const int order = QXCompareNumbers(ascending[i], ascending[j]);

@@ -87,8 +87,8 @@ struct NPMainLoopLinux::State {
     const std::thread::id thread = std::this_thread::get_id();
     const NPFileDescriptor epoll{epoll_create1(EPOLL_CLOEXEC)};
     const NPFileDescriptor wake{eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
-    const std::shared_ptr<NPTimerQueueLinux> monotonicTimers
-        = std::make_shared<NPTimerQueueLinux>(CLOCK_MONOTONIC);
+    const std::shared_ptr<NPTimerQueueLinux> monotonicTimers =
+        std::make_shared<NPTimerQueueLinux>(CLOCK_MONOTONIC);
     const std::shared_ptr<NPTimerQueueLinux> wallTimers = std::make_shared<NPTimerQueueLinux>(CLOCK_REALTIME);
 
     WatchMap descriptorWatches;

@@ -54,8 +54,8 @@ NPTimeZoneServicesLinux::NPTimeZoneServicesLinux(NPMainLoopLinux& loop, QXNotifi
             const std::string reason = std::error_code(errno, std::generic_category()).message();
             QXLog("Time zone changes will not be noticed; path=" + _zoneFile + "; " + reason);
         } else {
-            _watch = loop.watchFileDescriptor(_inotify.get(), EPOLLIN,
-                                              [this](std::uint32_t) { _foldersChanged(); });
+            _watch =
+                loop.watchFileDescriptor(_inotify.get(), EPOLLIN, [this](std::uint32_t) { _foldersChanged(); });
         }
         _watchTarget();
         _identity = fileIdentity(_zoneFile);

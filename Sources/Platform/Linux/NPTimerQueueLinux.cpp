@@ -19,8 +19,8 @@ Nanoseconds dueTimeAfter(Nanoseconds now, Nanoseconds due, std::uint64_t interva
 {
     const std::uint64_t elapsed = static_cast<std::uint64_t>(now) - static_cast<std::uint64_t>(due);
     const std::uint64_t wait = interval - elapsed % interval;
-    const std::uint64_t room
-        = static_cast<std::uint64_t>(NPTimerQueueLinux::never) - static_cast<std::uint64_t>(now);
+    const std::uint64_t room =
+        static_cast<std::uint64_t>(NPTimerQueueLinux::never) - static_cast<std::uint64_t>(now);
     return wait < room ? static_cast<Nanoseconds>(static_cast<std::uint64_t>(now) + wait)
                        : NPTimerQueueLinux::never;
 }

@@ -121,8 +121,8 @@ TEST_F(NPMainLoopLinuxTest, ATimerThatIsAlwaysDueKeepsNothingElseWaiting)
     const auto timer = loop.makeMonotonicTimer(0, 0, 0);
     timer->setEventHandler([&] { ++firings; });
     timer->resume();
-    const NPWatch watch = loop.watchFileDescriptor(pipe.reading.get(), EPOLLIN,
-                                                   [&](std::uint32_t) { loop.stop(); });
+    const NPWatch watch =
+        loop.watchFileDescriptor(pipe.reading.get(), EPOLLIN, [&](std::uint32_t) { loop.stop(); });
     const auto late = loop.makeMonotonicTimer(5 * millisecond, longest, 0);
     late->setEventHandler([&] { pipe.write(); });
     late->resume();
@@ -240,8 +240,8 @@ TEST_F(NPMainLoopLinuxTest, AWatchHearsThatTheOtherEndIsClosed)
 {
     Pipe pipe;
     std::uint32_t seen = 0;
-    const NPWatch watch
-        = loop.watchFileDescriptor(pipe.reading.get(), EPOLLIN, [&](std::uint32_t ready) { seen = ready; });
+    const NPWatch watch =
+        loop.watchFileDescriptor(pipe.reading.get(), EPOLLIN, [&](std::uint32_t ready) { seen = ready; });
     pipe.writing.reset();
     loop.processEvents();
     EXPECT_TRUE(seen & EPOLLHUP);
