@@ -17,6 +17,8 @@ constexpr std::uint16_t keyUp = 126;
 constexpr std::uint32_t controlOption = NPHotKeyControlMask | NPHotKeyOptionMask;
 
 constexpr xcb_keycode_t xKeyD = 40;
+constexpr xcb_keycode_t xLeftControl = 37;
+constexpr xcb_keycode_t xLeftAlt = 64;
 constexpr std::uint16_t xControlAlt = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1;
 
 class NPHotKeyServicesX11Test : public testing::Test {
@@ -180,10 +182,16 @@ TEST_F(NPHotKeyServicesX11Test, WorksInEveryLayoutByThePlaceOfTheKey)
 
 TEST_F(NPHotKeyServicesX11Test, WorksInTheSecondLayoutOfTwo)
 {
-    setxkbmap("us,ru -option grp:menu_toggle");
+    NPTestXClient client(server.displayName());
+    setxkbmap("us,ru");
     const auto ref = registerKey(keyD, controlOption);
-    xdotool("key Menu");
-    xdotool("keydown ctrl keydown alt key 40 keyup alt keyup ctrl");
+    client.lockLayout(1);
+    for (const xcb_keycode_t keyCode : {xLeftControl, xLeftAlt, xKeyD}) {
+        client.press(keyCode);
+    }
+    for (const xcb_keycode_t keyCode : {xKeyD, xLeftAlt, xLeftControl}) {
+        client.release(keyCode);
+    }
     EXPECT_EQ(eventsNow(), "+1-1");
 }
 

@@ -2,13 +2,9 @@
 
 #include "Foundation/QXLog.h"
 #include "Platform/Linux/NPControlModule.h"
+#include "Platform/Linux/NPModuleLinux.h"
 #include "Platform/Linux/NPSessionBusAddress.h"
 
-#include <dlfcn.h>
-#include <limits.h>
-#include <unistd.h>
-
-#include <array>
 #include <utility>
 
 namespace {
@@ -25,15 +21,6 @@ const NPControlModuleHost host{
     [](std::string_view line) { QXLog(line); },
 };
 
-// Empty when the kernel does not say.
-std::string programFolder()
-{
-    std::array<char, PATH_MAX> path;
-    const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
-    const std::string_view program(path.data(), length < 0 ? 0 : static_cast<std::size_t>(length));
-    return std::string(program.substr(0, program.find_last_of('/') + 1));
-}
-
 } // namespace
 
 std::expected<std::shared_ptr<NPControlBus>, std::string> NPControlBus::open()
@@ -45,26 +32,16 @@ std::expected<std::shared_ptr<NPControlBus>, std::string> NPControlBus::open()
     if (const auto alive = NPCheckBusIsAlive(*address); !alive) {
         return std::unexpected(alive.error());
     }
-    const std::string folder = programFolder();
-    return NPOpenControlBusFromFolders({folder, folder + "../lib/nightpane/"}, *address);
+    return NPOpenControlBusFromFolders(NPModuleFolders(), *address);
 }
 
-NPControlBusResult NPOpenControlBusFromFolders(const std::vector<std::string>& folders,
-                                               const std::string& address)
+NPControlBusResult NPOpenControlBusFromFolders(const std::vector<std::string>& folders, const std::string& address)
 {
-    for (const std::string& folder : folders) {
-        const std::string path = folder + '/' + moduleFile;
-        if (::access(path.c_str(), F_OK) != 0) {
-            continue;
-        }
-        void* const module = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
-        void* const symbol = module != nullptr ? ::dlsym(module, NPControlModuleEntryName) : nullptr;
-        if (symbol == nullptr) {
-            return std::unexpected(std::string("the session bus cannot be used: ") + ::dlerror());
-        }
-        NPControlBusResult result;
-        reinterpret_cast<NPControlModuleEntry>(symbol)(host, address, result);
-        return result;
+    const std::expected<void*, std::string> entry = NPLoadModule(folders, moduleFile, NPControlModuleEntryName);
+    if (!entry) {
+        return std::unexpected("the session bus cannot be used: " + entry.error());
     }
-    return std::unexpected(std::string("the session bus cannot be used: ") + moduleFile + " is missing");
+    NPControlBusResult result;
+    reinterpret_cast<NPControlModuleEntry>(*entry)(host, address, result);
+    return result;
 }

@@ -29,6 +29,6 @@ using NPControlModuleEntry = void (*)(const NPControlModuleHost& host, const std
 inline constexpr const char* NPControlModuleEntryName = "NPOpenControlBus";
 
 // Loads the module from the first of the folders that has it, for the rest of the program's life, and
-// connects. NPControlBus::open() looks in the program's own folder, then in ../lib/nightpane beside it.
+// connects. NPControlBus::open() looks in NPModuleFolders().
 NPControlBusResult NPOpenControlBusFromFolders(const std::vector<std::string>& folders,
                                                const std::string& address);

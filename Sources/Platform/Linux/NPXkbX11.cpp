@@ -17,6 +17,9 @@ constexpr std::uint32_t detectableAutoRepeat = 1;
 constexpr std::uint16_t keyboardEvents = 0x1 | 0x2 | 0x40;
 constexpr std::uint16_t everyMapPart = 0xFF;
 
+constexpr std::uint16_t stateEvent = 0x4;
+constexpr std::uint16_t layoutState = 0x10;
+
 constexpr std::uint32_t keyNamesWanted = 0x200;
 constexpr std::uint32_t keyAliasesWanted = 0x400;
 
@@ -43,6 +46,20 @@ struct SelectEvents {
     std::uint16_t selectAll = keyboardEvents;
     std::uint16_t affectMap = everyMapPart;
     std::uint16_t map = everyMapPart;
+};
+
+// Of the keyboard's state the layout alone: keys and modifiers change it all the time.
+struct SelectLayoutEvents {
+    static constexpr std::uint8_t opcode = 1;
+    Header header;
+    std::uint16_t device = coreKeyboard;
+    std::uint16_t affectWhich = stateEvent;
+    std::uint16_t clear = 0;
+    std::uint16_t selectAll = 0;
+    std::uint16_t affectMap = 0;
+    std::uint16_t map = 0;
+    std::uint16_t affectState = layoutState;
+    std::uint16_t state = layoutState;
 };
 
 struct GetNames {
@@ -137,6 +154,11 @@ std::expected<NPXkbX11, std::string> NPXkbX11::switchOn(NPConnectionX11& connect
         return std::unexpected("cannot tell a held key from repeated presses, which hot keys need");
     }
     return NPXkbX11(found->first_event);
+}
+
+void NPXkbX11::announceLayoutChanges(const NPConnectionX11& connection)
+{
+    send(connection, SelectLayoutEvents(), false);
 }
 
 bool NPXkbX11::isKeyboardChange(const xcb_generic_event_t& event) const

@@ -1,4 +1,4 @@
-// The little that hot keys need of the XKB extension.
+// The little that the hot keys and the keyboard layout need of the XKB extension.
 //
 // Written out here because the client library's XKB header is no C++ (it names a member "explicit"), and
 // because loading that library for four requests would slow down every start. See overview.md.
@@ -17,6 +17,9 @@ public:
     // Switches the extension on for the connection: a key that is held down repeats its presses only, and
     // changes of the keyboard map are announced. The error ends a sentence about the server.
     static std::expected<NPXkbX11, std::string> switchOn(NPConnectionX11& connection);
+
+    // Has changes of the layout that is in force announced as well, on a connection that has XKB on.
+    static void announceLayoutChanges(const NPConnectionX11& connection);
 
     // Whether the event tells that the keyboard map may have changed.
     bool isKeyboardChange(const xcb_generic_event_t& event) const;

@@ -2,6 +2,9 @@
 
 #include "Desktop/Support/NPTestEngine.h"
 
+#include <xcb/xcbext.h>
+#include <xcb/xtest.h>
+
 #include <cstdlib>
 #include <stdexcept>
 
@@ -10,6 +13,28 @@ namespace {
 struct Free {
     void operator()(void* memory) const { std::free(memory); }
 };
+xcb_extension_t xkb{"XKEYBOARD", 0};
+
+void sendXkbRequest(xcb_connection_t* connection, std::uint8_t opcode, bool hasReply, void* request,
+                    std::size_t size)
+{
+    const xcb_protocol_request_t protocol{2, &xkb, opcode, hasReply ? std::uint8_t(0) : std::uint8_t(1)};
+    iovec parts[4] = {}; // the first two are the client library's
+    parts[2] = {request, size};
+    xcb_send_request(connection, 0, parts + 2, &protocol);
+}
+
+// The server does nothing for those who have not asked for the extension.
+void useXkb(xcb_connection_t* connection)
+{
+    struct {
+        std::uint8_t header[4] = {};
+        std::uint16_t major = 1;
+        std::uint16_t minor = 0;
+    } request;
+    sendXkbRequest(connection, 0, true, &request, sizeof request);
+}
+
 template<class Content> using Owned = std::unique_ptr<Content, Free>;
 
 } // namespace
@@ -28,6 +53,7 @@ NPTestXClient::NPTestXClient(const std::string& displayName)
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, _window, _root, 0, 0, 100, 100, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK,
                       values);
+    useXkb(connection);
     xcb_map_window(connection, _window);
     const bool isFocused = NPTestWaitUntil([&] {
         xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, _window, XCB_CURRENT_TIME);
@@ -67,6 +93,27 @@ void NPTestXClient::grab(xcb_keycode_t keyCode, std::uint16_t modifiers)
 void NPTestXClient::ungrab(xcb_keycode_t keyCode, std::uint16_t modifiers)
 {
     xcb_ungrab_key(_connection.get(), keyCode, _root, modifiers);
+    synchronize();
+}
+
+void NPTestXClient::_fakeKey(std::uint8_t type, xcb_keycode_t keyCode)
+{
+    xcb_test_fake_input(_connection.get(), type, keyCode, XCB_CURRENT_TIME, _root, 0, 0, 0);
+    synchronize();
+}
+
+void NPTestXClient::lockLayout(std::uint8_t layout)
+{
+    struct {
+        std::uint8_t header[4] = {};
+        std::uint16_t device = 0x100; // the core keyboard
+        std::uint8_t modifierLocks[2] = {};
+        std::uint8_t locksGroup = 1;
+        std::uint8_t group = 0;
+        std::uint8_t latches[6] = {};
+    } request;
+    request.group = layout;
+    sendXkbRequest(_connection.get(), 5, false, &request, sizeof request);
     synchronize();
 }
 

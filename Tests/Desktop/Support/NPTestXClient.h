@@ -20,12 +20,21 @@ public:
     void grab(xcb_keycode_t keyCode, std::uint16_t modifiers);
     void ungrab(xcb_keycode_t keyCode, std::uint16_t modifiers);
 
+    // Keys of the keyboard go down and come up, as if somebody pressed them.
+    void press(xcb_keycode_t keyCode) { _fakeKey(XCB_KEY_PRESS, keyCode); }
+    void release(xcb_keycode_t keyCode) { _fakeKey(XCB_KEY_RELEASE, keyCode); }
+
+    // Switches to another of the keyboard's layouts, counted from 0.
+    void lockLayout(std::uint8_t layout);
+
     void synchronize(); // waits until the server has done everything so far
 
 private:
     struct Disconnect {
         void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
     };
+
+    void _fakeKey(std::uint8_t type, xcb_keycode_t keyCode);
 
     std::unique_ptr<xcb_connection_t, Disconnect> _connection;
     xcb_window_t _root = 0;

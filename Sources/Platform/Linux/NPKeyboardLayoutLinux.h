@@ -1,0 +1,33 @@
+// The keyboard layout of the session that the program runs in: the X server's, or else a US keyboard's.
+//
+// What reads it is in a module of its own (nightpane-keyboard.so), loaded when a key's character is first
+// asked for: the engine, which asks for none, does without the keyboard libraries.
+#pragma once
+
+#include "Platform/Linux/NPModuleLinux.h"
+#include "Platform/NPKeyboardLayout.h"
+
+#include <memory>
+
+class NPKeyboardLayoutLinux final : public NPKeyboardLayout {
+public:
+    // Of the X display of that name, or of the one in DISPLAY when it is empty.
+    explicit NPKeyboardLayoutLinux(std::string displayName = {},
+                                   std::vector<std::string> folders = NPModuleFolders())
+        : _displayName(std::move(displayName)), _folders(std::move(folders))
+    {
+    }
+
+    std::string charactersForKeyCode(std::uint16_t keyCode) const override;
+
+private:
+    std::string _displayName;
+    std::vector<std::string> _folders;
+    mutable std::unique_ptr<const NPKeyboardLayout> _layout; // none until it is first asked for
+};
+
+// The module's one function: the layout of the display, or none when there is no such display or it has no
+// XKB extension.
+using NPKeyboardModuleEntry = void (*)(const std::string& displayName,
+                                       std::unique_ptr<const NPKeyboardLayout>& layout);
+inline constexpr const char* NPKeyboardModuleEntryName = "NPOpenKeyboardLayout";
