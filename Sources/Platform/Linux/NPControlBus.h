@@ -13,7 +13,8 @@
 #include <memory>
 #include <string>
 
-// An instance's presence on the bus. It serves requests from the main loop until it is destroyed.
+// An instance's presence on the bus. It serves requests from the main loop until it is destroyed, which gives
+// the name back, or until the bus goes, of which the log tells. Not to be destroyed from within a request.
 class NPControlExport {
 public:
     virtual ~NPControlExport() = default;
@@ -31,7 +32,8 @@ public:
     // bus (an empty line: none is expected here) or it cannot be reached.
     static std::expected<std::shared_ptr<NPControlBus>, std::string> open();
 
-    // The instance that runs, or nullptr.
+    // The instance that runs, or nullptr; when the bus does not say, the log tells. Each operation waits up to
+    // five seconds for its answer.
     virtual std::unique_ptr<NPControl> runningInstance() = 0;
 
     // Takes the well-known name and serves the control there. The error is one line ("the name is taken").

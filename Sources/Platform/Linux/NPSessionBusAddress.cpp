@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
@@ -118,7 +119,9 @@ std::error_code greetBus(const std::string& name)
     const std::size_t length = offsetof(sockaddr_un, sun_path) + name.size() + (name.starts_with('\0') ? 0 : 1);
 
     const NPFileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), static_cast<socklen_t>(length)) != 0
+    if (!socket
+        || ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), static_cast<socklen_t>(length))
+               != 0
         || ::send(socket.get(), greeting, sizeof(greeting) - 1, MSG_NOSIGNAL) < 0) {
         return lastError();
     }

@@ -161,8 +161,7 @@ TEST_F(NPControlBusTest, SaysOnceThatTheBusHasGone)
         loop.processEvents(100);
     }
     loop.processEvents(10);
-    EXPECT_EQ(std::vector<std::string>{
-                  "The session bus has gone; commands cannot reach this instance any more"},
+    EXPECT_EQ(std::vector<std::string>{"The session bus has gone; commands cannot reach this instance any more"},
               log);
 }
 

@@ -33,7 +33,10 @@ protected:
         bool done = false;
         auto result = std::async(std::launch::async, [&] {
             struct Finish {
-                ~Finish() { loop.performOnMain([&flag = flag] { flag = true; }); }
+                ~Finish()
+                {
+                    loop.performOnMain([&flag = flag] { flag = true; });
+                }
                 NPMainLoopLinux& loop;
                 bool& flag;
             } const finish{loop, done};
@@ -46,8 +49,7 @@ protected:
     }
 
     // Asks the instance as another program would.
-    template<class Request> auto ask(const Request& request)
-        -> decltype(request(std::declval<NPControl&>()))
+    template<class Request> auto ask(const Request& request) -> decltype(request(std::declval<NPControl&>()))
     {
         return whileServing([&] { return request(*connect()->runningInstance()); });
     }

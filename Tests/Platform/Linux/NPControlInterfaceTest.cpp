@@ -15,8 +15,12 @@ protected:
     // Calls a method of some interface with arguments in the form of dbus-send.
     std::string send(const std::string& method, const Lines& arguments = {})
     {
-        Lines command{"dbus-send", "--session", "--print-reply", "--dest=org.nightpane.Nightpane1",
-                      "/org/nightpane/Nightpane1", method};
+        Lines command{"dbus-send",
+                      "--session",
+                      "--print-reply",
+                      "--dest=org.nightpane.Nightpane1",
+                      "/org/nightpane/Nightpane1",
+                      method};
         command.insert(command.end(), arguments.begin(), arguments.end());
         return outputOf(command);
     }
@@ -110,8 +114,8 @@ TEST_F(NPControlInterface, GivesTablesAsListsOfReals)
 
 TEST_F(NPControlInterface, TakesSettingsFromAnyone)
 {
-    const std::string answer
-        = send("org.nightpane.Nightpane1.AddEffect", {"string:Dusk", "dict:string:string:dim,30%,hue,20"});
+    const std::string answer =
+        send("org.nightpane.Nightpane1.AddEffect", {"string:Dusk", "dict:string:string:dim,30%,hue,20"});
     EXPECT_TRUE(answer.contains("string \"NEW\"")) << answer;
     EXPECT_EQ(Lines{"addEffect Dusk dim=30% hue=20"}, control.requests);
 }
@@ -153,15 +157,14 @@ TEST_F(NPControlInterface, RefusesUnknownMethods)
 TEST_F(NPControlInterface, HasTheSwitchAsAProperty)
 {
     control.effectActive = true;
-    const std::string answer = send("org.freedesktop.DBus.Properties.Get",
-                                    {"string:org.nightpane.Nightpane1", "string:EffectActive"});
+    const std::string answer =
+        send("org.freedesktop.DBus.Properties.Get", {"string:org.nightpane.Nightpane1", "string:EffectActive"});
     EXPECT_TRUE(answer.contains("boolean true")) << answer;
 }
 
 TEST_F(NPControlInterface, HasItsVersionAsAProperty)
 {
-    const std::string answer = send("org.freedesktop.DBus.Properties.GetAll",
-                                    {"string:org.nightpane.Nightpane1"});
+    const std::string answer = send("org.freedesktop.DBus.Properties.GetAll", {"string:org.nightpane.Nightpane1"});
     EXPECT_TRUE(answer.contains("string \"1.2.3\"")) << answer;
     EXPECT_TRUE(answer.contains("boolean false")) << answer;
 }
@@ -183,18 +186,17 @@ TEST_F(NPControlInterface, PassesOnWhyTheSwitchCannotBeSet)
 
 TEST_F(NPControlInterface, RefusesASwitchOfTheWrongType)
 {
-    const std::string answer = send(
-        "org.freedesktop.DBus.Properties.Set",
-        {"string:org.nightpane.Nightpane1", "string:EffectActive", "variant:string:true"});
+    const std::string answer =
+        send("org.freedesktop.DBus.Properties.Set",
+             {"string:org.nightpane.Nightpane1", "string:EffectActive", "variant:string:true"});
     EXPECT_TRUE(answer.starts_with("Error org.freedesktop.DBus.Error.InvalidArgs: ")) << answer;
     EXPECT_EQ(Lines(), control.requests);
 }
 
 TEST_F(NPControlInterface, KeepsItsVersion)
 {
-    const std::string answer
-        = send("org.freedesktop.DBus.Properties.Set",
-               {"string:org.nightpane.Nightpane1", "string:Version", "variant:string:9"});
+    const std::string answer = send("org.freedesktop.DBus.Properties.Set",
+                                    {"string:org.nightpane.Nightpane1", "string:Version", "variant:string:9"});
     EXPECT_TRUE(answer.starts_with("Error org.freedesktop.DBus.Error.PropertyReadOnly: ")) << answer;
 }
 
@@ -204,8 +206,9 @@ TEST_F(NPControlInterface, AnnouncesChanges)
     monitor.outputUntil("member=NameLost"); // from now on it hears everything
 
     instance->emitEffectsChanged();
-    EXPECT_TRUE(outputUntil(monitor, "EffectsChanged").contains("interface=org.nightpane.Nightpane1; "
-                                                                "member=EffectsChanged"));
+    EXPECT_TRUE(outputUntil(monitor, "EffectsChanged")
+                    .contains("interface=org.nightpane.Nightpane1; "
+                              "member=EffectsChanged"));
     instance->emitStateChanged(false);
     const std::string output = outputUntil(monitor, "boolean false");
     EXPECT_TRUE(output.contains("path=/org/nightpane/Nightpane1; interface=org.nightpane.Nightpane1; "

@@ -87,8 +87,8 @@ TEST_F(NPControlRequests, SwitchesAllEffectsOnAndOff)
 
 TEST_F(NPControlRequests, AddsAnEffect)
 {
-    const auto identifier
-        = ask([](NPControl& client) { return client.addEffect("Dusk", {{"dim", "30%"}, {"hue", "20"}}); });
+    const auto identifier =
+        ask([](NPControl& client) { return client.addEffect("Dusk", {{"dim", "30%"}, {"hue", "20"}}); });
     EXPECT_EQ("NEW", identifier.value());
     EXPECT_EQ("addEffect Dusk dim=30% hue=20", request());
 }
@@ -151,8 +151,8 @@ TEST_F(NPControlRequests, GivesATable)
     for (int i = 0; i < 1024; ++i) {
         samples.push_back(i / 1023.0);
     }
-    control.dictionary
-        = {{"screen", 7}, {"samples", 1024}, {"red", samples}, {"green", samples}, {"blue", samples}};
+    control.dictionary = {
+        {"screen", 7}, {"samples", 1024}, {"red", samples}, {"green", samples}, {"blue", samples}};
     EXPECT_EQ(control.dictionary, ask([](NPControl& client) { return client.table("1"); }).value());
     EXPECT_EQ("table 1", request());
 }
@@ -255,8 +255,8 @@ TEST_F(NPControlRequests, RefuseTextsBeyondTheirLimit)
 
 TEST_F(NPControlRequests, RefuseTooLongSettings)
 {
-    const auto answer
-        = ask([](NPControl& client) { return client.setEffect("Dusk", {{"name", std::string(4097, 'x')}}); });
+    const auto answer =
+        ask([](NPControl& client) { return client.setEffect("Dusk", {{"name", std::string(4097, 'x')}}); });
     EXPECT_EQ("a text is longer than 4096 bytes", answer.error().message);
     EXPECT_EQ(Lines(), control.requests);
 }

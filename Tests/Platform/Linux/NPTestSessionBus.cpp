@@ -29,11 +29,12 @@ void NPTestVariable::_set(const std::optional<std::string>& value)
 NPTestSessionBus::NPTestSessionBus()
 {
     std::filesystem::create_directory(_folder / "services");
-    const std::string configuration
-        = "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN'"
-          " 'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
-          "<busconfig><type>session</type><auth>EXTERNAL</auth><listen>" + address() + "</listen><servicedir>"
-          + (_folder / "services").string() + "</servicedir><policy context='default'>"
+    const std::string configuration =
+        "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN'"
+        " 'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
+        "<busconfig><type>session</type><auth>EXTERNAL</auth><listen>"
+        + address() + "</listen><servicedir>" + (_folder / "services").string()
+        + "</servicedir><policy context='default'>"
           "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/><allow own='*'/>"
           "</policy></busconfig>";
     writeFile(_folder / "bus.conf", configuration);

@@ -86,9 +86,8 @@ std::expected<std::unique_ptr<NPControlExport>, std::string> NPControlBusDBus::p
 
 } // namespace
 
-extern "C" [[gnu::visibility("default")]] void NPOpenControlBus(const NPControlModuleHost& host,
-                                                                const std::string& address,
-                                                                NPControlBusResult& result)
+extern "C" [[gnu::visibility("default")]] void
+NPOpenControlBus(const NPControlModuleHost& host, const std::string& address, NPControlBusResult& result)
 {
     try {
         result = std::make_shared<NPControlBusDBus>(host, address);

@@ -16,6 +16,15 @@ std::string readText(sdbus::Message& request)
     return NPReadText(request, limits);
 }
 
+template<class Work> void tellBus(const Work& work)
+{
+    try {
+        work();
+    } catch (const std::exception&) {
+        return; // the bus has gone, which the loop notices by itself; nobody would hear it
+    }
+}
+
 // Runs a handler, whose every failure becomes an error reply: no exception may pass through the C library
 // that called us, except the kind that its wrapper catches.
 template<class Work> void answer(const Work& work)
@@ -52,38 +61,30 @@ NPControlServiceDBus::NPControlServiceDBus(std::shared_ptr<sdbus::IConnection> c
 // The name is given back without waiting for the bus, which may hang while everything else wants to end.
 NPControlServiceDBus::~NPControlServiceDBus()
 {
-    try {
+    tellBus([this] {
         const auto bus = sdbus::createProxy(*_connection, "org.freedesktop.DBus", "/org/freedesktop/DBus");
         sdbus::MethodCall release = bus->createMethodCall("org.freedesktop.DBus", "ReleaseName");
         release << NPBusName;
         release.dontExpectReply();
         bus->callMethod(release);
-    } catch (const std::exception&) {
-        // The bus has gone, and the name with it.
-    }
+    });
 }
 
 void NPControlServiceDBus::emitEffectsChanged()
 {
-    try {
-        _object->emitSignal(_object->createSignal(NPBusInterface, "EffectsChanged"));
-    } catch (const std::exception&) {
-        // Nobody listens on a bus that has gone; the loop notices that by itself.
-    }
+    tellBus([this] { _object->emitSignal(_object->createSignal(NPBusInterface, "EffectsChanged")); });
 }
 
 void NPControlServiceDBus::emitStateChanged(bool effectActive)
 {
-    try {
+    tellBus([&] {
         sdbus::Signal signal = _object->createSignal(NPBusInterface, "StateChanged");
         signal << effectActive;
         _object->emitSignal(signal);
         if (std::exchange(_announcedEffectActive, effectActive) != effectActive) {
             _object->emitPropertiesChangedSignal(NPBusInterface, {"EffectActive"});
         }
-    } catch (const std::exception&) {
-        // As above.
-    }
+    });
 }
 
 void NPControlServiceDBus::_addLists()

@@ -16,8 +16,8 @@ class NPControlServiceDBus final : public NPControlExport {
 public:
     // Throws sdbus::Error when the object or the name cannot be had. The connection is served from the loop
     // from now on.
-    NPControlServiceDBus(std::shared_ptr<sdbus::IConnection> connection, NPControl& control,
-                         NPMainLoopLinux& loop, const NPControlModuleHost& host);
+    NPControlServiceDBus(std::shared_ptr<sdbus::IConnection> connection, NPControl& control, NPMainLoopLinux& loop,
+                         const NPControlModuleHost& host);
     ~NPControlServiceDBus() override;
 
     void emitEffectsChanged() override;

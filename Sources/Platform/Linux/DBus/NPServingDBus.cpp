@@ -25,8 +25,7 @@ std::shared_ptr<NPServingDBus> NPServingDBus::start(std::shared_ptr<sdbus::IConn
                                                     NPMainLoopLinux& loop, const NPControlModuleHost& host)
 {
     const std::shared_ptr<NPServingDBus> serving(new NPServingDBus(std::move(connection), loop, host));
-    serving->_beforeWaiting
-        = host.watchBeforeWaiting(loop, weakTarget(serving, &NPServingDBus::_prepareToWait));
+    serving->_beforeWaiting = host.watchBeforeWaiting(loop, weakTarget(serving, &NPServingDBus::_prepareToWait));
     serving->_prepareToWait(); // a loop that another one drives may get no turn before a request comes
     return serving;
 }

@@ -4,7 +4,7 @@
 #include "Platform/Linux/DBus/NPErrorDBus.h"
 
 #include <algorithm>
-#include <cstring>
+#include <utility>
 
 namespace {
 
