@@ -236,6 +236,32 @@ TEST_F(NPDisplayPluggingX11, AnotherDisplayOnTheSameOutputIsRemovedAndAdded)
                                             {NPTestDisplay(*displays, "New"), NPDisplayChangeAdd}}));
 }
 
+TEST(NPDisplaySwitchingX11, ChangeBeforeTheLayoutIsReadIsPartOfTheSameUpdate)
+{
+    const NPTestXServer server = NPTestXServer::xorg();
+    server.switchOn(2);
+    const NPTestRandR randr(server.displayName());
+    NPMainLoopLinux loop;
+    const auto displays = NPTestOpen(server, loop);
+    std::vector<Change> changes;
+    const auto subscription = displays->registerReconfigurationCallback(
+        [&](NPDisplayID display, std::uint32_t flags) { changes.push_back({display, flags}); });
+    const NPDisplayID second = NPTestDisplay(*displays, "DUMMY1");
+    randr.grabServer(); // so that the question for the layout has to wait
+    randr.moveTo("DUMMY1", 1000);
+    std::thread other([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        randr.moveTo("DUMMY1", 1010);
+        randr.ungrabServer();
+    });
+    EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return !changes.empty(); }));
+    other.join();
+    for (int turn = 0; turn < 10; ++turn) {
+        loop.processEvents(10);
+    }
+    EXPECT_EQ(changes, (std::vector<Change>{{second, NPDisplayChangeSetMode}}));
+}
+
 TEST(NPDisplaySwitchingX11, DisplayThatIsSwitchedOffAndOnIsRemovedAndAdded)
 {
     const NPTestXServer server = NPTestXServer::xorg();

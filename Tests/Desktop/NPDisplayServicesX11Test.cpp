@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <set>
 
 namespace {
@@ -322,4 +323,17 @@ TEST(NPDisplayServicesX11, ServerThatGoesBetweenTwoWritesEndsNothing)
     server.kill();
     displays->setDisplayTransferTable(display, QXGammaTableIdentity());
     EXPECT_FALSE(displays->finishWriting());
+}
+
+TEST(NPDisplayServicesX11, BrokenPipeDoesNotEndTheProcess)
+{
+    const NPTestXServer server = NPTestXServer::xvfb();
+    NPTestEngine engine([&](const NPTestEngine::Ready& ready) {
+        std::signal(SIGPIPE, SIG_DFL);
+        NPMainLoopLinux loop;
+        const auto displays = NPTestOpen(server, loop);
+        ready();
+        std::raise(SIGPIPE);
+    });
+    EXPECT_EQ(engine.wait(), 0);
 }

@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 
 #include <iostream>
+#include <thread>
 
 namespace {
 
@@ -68,6 +69,28 @@ TEST(NPStalledServerX11, WritesReturnAtOnceAndTheLastTableArrives)
     server.resume();
     const NPTestRandR randr(server.displayName());
     EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return randr.gamma("screen") == NPTestSeededGamma(manySteps); }));
+}
+
+TEST(NPStalledServerX11, HeldTableWakesTheLoopWhenTheServerGoesOn)
+{
+    const NPTestXServer server = NPTestXServer::xvfb();
+    NPMainLoopLinux loop;
+    const auto displays = NPTestOpen(server, loop);
+    server.suspend();
+    for (std::uint32_t i = 1; i <= manySteps; ++i) {
+        displays->setDisplayTransferTable(displays->mainDisplay(), step(i));
+    }
+    loop.processEvents();
+    std::thread other([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        server.resume();
+    });
+    const auto start = Clock::now();
+    loop.processEvents(8000);
+    EXPECT_LT(NPTestMillisecondsSince(start), 4000.0);
+    other.join();
+    const NPTestRandR randr(server.displayName());
+    EXPECT_TRUE(NPTestWaitUntil([&] { return randr.gamma("screen") == NPTestSeededGamma(manySteps); }));
 }
 
 TEST(NPStalledServerX11, EveryDisplayShowsItsOwnLastTable)

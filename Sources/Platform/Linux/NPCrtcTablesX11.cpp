@@ -232,4 +232,5 @@ void NPCrtcTablesX11::_record(xcb_randr_crtc_t identifier, Crtc& crtc)
     xcb_change_property(_connection.handle(), XCB_PROP_MODE_REPLACE, _connection.root(), crtc.recordName,
                         XCB_ATOM_CARDINAL, 16, static_cast<std::uint32_t>(items.size()), items.data());
     crtc.isRecorded = true;
+    crtc.isChanged = true; // or will be: the record has to go again
 }

@@ -90,6 +90,35 @@ void NPTestRandR::setGamma(xcb_randr_crtc_t crtc, const NPTestGamma& gamma) cons
            "SetCrtcGamma");
 }
 
+void NPTestRandR::moveTo(const std::string& outputName, std::int16_t x) const
+{
+    xcb_connection_t* const c = _connection.get();
+    const Output moved = output(outputName);
+    const auto info = needed(
+        xcb_randr_get_crtc_info_reply(c, xcb_randr_get_crtc_info(c, moved.crtc, XCB_CURRENT_TIME), nullptr),
+        "GetCrtcInfo");
+    const auto set = needed(
+        xcb_randr_set_crtc_config_reply(c,
+                                        xcb_randr_set_crtc_config(c, moved.crtc, XCB_CURRENT_TIME,
+                                                                  info->timestamp, x, info->y, info->mode,
+                                                                  info->rotation, 1, &moved.identifier),
+                                        nullptr),
+        "SetCrtcConfig");
+    if (set->status != XCB_RANDR_SET_CONFIG_SUCCESS) {
+        throw std::runtime_error("SetCrtcConfig failed, status " + std::to_string(set->status));
+    }
+}
+
+void NPTestRandR::grabServer() const
+{
+    _check(xcb_grab_server_checked(_connection.get()), "GrabServer");
+}
+
+void NPTestRandR::ungrabServer() const
+{
+    _check(xcb_ungrab_server_checked(_connection.get()), "UngrabServer");
+}
+
 void NPTestRandR::setOutputProperty(const std::string& outputName, const std::string& property,
                                     const std::vector<std::uint8_t>& value) const
 {

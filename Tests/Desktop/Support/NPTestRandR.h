@@ -37,6 +37,13 @@ public:
         setGamma(output(outputName).crtc, gamma);
     }
 
+    // Moves what an output shows to another place on the X screen, sideways.
+    void moveTo(const std::string& outputName, std::int16_t x) const;
+
+    // Between the two no other client is served.
+    void grabServer() const;
+    void ungrabServer() const;
+
     // A property of 8-bit items, of an output.
     void setOutputProperty(const std::string& outputName, const std::string& property,
                            const std::vector<std::uint8_t>& value) const;
