@@ -118,6 +118,7 @@ void fadeUntilKilled(const std::string& displayName, const NPTestEngine::Ready& 
         (*displays)->setDisplayTransferTable(display, NPTestRecordOf(NPTestSeededGamma(100 + i % 50)));
         loop.processEvents();
         if (i == 100) {
+            (*displays)->finishWriting(); // the display is changed
             ready();
         }
     }
