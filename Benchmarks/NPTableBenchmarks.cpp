@@ -11,9 +11,14 @@ constexpr double pipelineLimit = 3e-6;
 
 QXDictionary allFiveEffects()
 {
-    return {{"InvertScreen", true},      {"Overexposure", true},           {"Dim", true},
-            {"DimLevel", -0.3},          {"ColorFilter", true},            {"ColorFilterHue", 40.0},
-            {"ColorFilterVividness", 0.5}, {"HDTVLuminance", true}};
+    return {{"InvertScreen", true},
+            {"Overexposure", true},
+            {"Dim", true},
+            {"DimLevel", -0.3},
+            {"ColorFilter", true},
+            {"ColorFilterHue", 40.0},
+            {"ColorFilterVividness", 0.5},
+            {"HDTVLuminance", true}};
 }
 
 void TablePipeline(benchmark::State& state)

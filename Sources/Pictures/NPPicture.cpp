@@ -1,6 +1,7 @@
 #include "Pictures/NPPicture.h"
 
 #include <array>
+#include <cmath>
 #include <cstring>
 
 namespace {
@@ -12,7 +13,7 @@ Lookup lookup(const QXGammaTable::Channel& channel)
 {
     Lookup values{};
     for (std::size_t i = 0; i < values.size(); ++i) {
-        values[i] = static_cast<std::uint32_t>(channel[i] * 255.0F + 0.5F);
+        values[i] = static_cast<std::uint32_t>(std::lround(channel[i] * 255.0F));
     }
     return values;
 }

@@ -16,15 +16,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* usage
-    = "usage: nightpane-pictures [--out FOLDER] FILE...\n"
-      "\n"
-      "Draws what effects do. For each effect file (as nightpane-cli exports them) it writes a test\n"
-      "photograph as a display with that effect shows it, and the plot of the effect's transfer curve,\n"
-      "beside the photograph itself. The folder is made when it does not exist; without --out it is the\n"
-      "current one. Prints the path of each picture.\n"
-      "\n"
-      "Exit status: 0 done, 1 something failed, 2 misuse.\n";
+constexpr const char* usage =
+    "usage: nightpane-pictures [--out FOLDER] FILE...\n"
+    "\n"
+    "Draws what effects do. For each effect file (as nightpane-cli exports them) it writes a test\n"
+    "photograph as a display with that effect shows it, and the plot of the effect's transfer curve,\n"
+    "beside the photograph itself. The folder is made when it does not exist; without --out it is the\n"
+    "current one. Prints the path of each picture.\n"
+    "\n"
+    "Exit status: 0 done, 1 something failed, 2 misuse.\n";
 
 struct Request {
     fs::path folder = ".";
@@ -92,10 +92,7 @@ class Studio {
 public:
     Studio(fs::path folder, std::ostream& output) : _folder(std::move(folder)), _output(output) {}
 
-    std::expected<void, std::string> drawPhotograph()
-    {
-        return _write(_photograph, NPPictureNames::photograph);
-    }
+    std::expected<void, std::string> drawPhotograph() { return _write(_photograph, NPPictureNames::photograph); }
 
     std::expected<void, std::string> drawEffect(const fs::path& file)
     {

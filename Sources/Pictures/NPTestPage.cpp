@@ -12,8 +12,8 @@ void drawPaper(cairo_t* context, const NPArea& paper)
     for (int i = 6; i >= 1; --i) { // a soft shadow
         const double spread = static_cast<double>(i) * 1.6;
         NPSetColor(context, 0x000000, 0.05);
-        NPFillRoundedRectangle(context, paper.x - spread + 2.0, paper.y - spread + 4.0,
-                               paper.width + 2.0 * spread, paper.height + 2.0 * spread, 4.0 + spread);
+        NPFillRoundedRectangle(context, paper.x - spread + 2.0, paper.y - spread + 4.0, paper.width + 2.0 * spread,
+                               paper.height + 2.0 * spread, 4.0 + spread);
     }
     NPSetColor(context, 0xFFFFFF);
     NPFillRectangle(context, paper.x, paper.y, paper.width, paper.height);
@@ -21,6 +21,7 @@ void drawPaper(cairo_t* context, const NPArea& paper)
 
 void drawParagraphs(cairo_t* context, double x, double y, double width)
 {
+    // clang-format off
     constexpr std::array<const char*, 12> lines{
         "When the sun goes down, the light in",
         "the room turns warm and low. A white",
@@ -33,7 +34,9 @@ void drawParagraphs(cairo_t* context, double x, double y, double width)
         "program asks for. Change the table,",
         "and the whole screen changes with it,",
         "at once, and without a trace in the",
-        "picture itself."};
+        "picture itself.",
+    };
+    // clang-format on
     NPSetColor(context, ink);
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const double line = static_cast<double>(i) * 17.0 - (i > 5 ? 7.0 : 0.0);

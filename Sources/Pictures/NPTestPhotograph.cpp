@@ -49,8 +49,12 @@ void drawCloud(cairo_t* context, double x, double y, double scale)
         double y;
         double radius;
     };
-    constexpr std::array<Puff, 7> puffs{{{-62.0, 8.0, 26.0}, {-34.0, -4.0, 34.0}, {0.0, -14.0, 42.0},
-                                         {36.0, -4.0, 36.0}, {66.0, 8.0, 24.0}, {18.0, 10.0, 30.0},
+    constexpr std::array<Puff, 7> puffs{{{-62.0, 8.0, 26.0},
+                                         {-34.0, -4.0, 34.0},
+                                         {0.0, -14.0, 42.0},
+                                         {36.0, -4.0, 36.0},
+                                         {66.0, 8.0, 24.0},
+                                         {18.0, 10.0, 30.0},
                                          {-20.0, 11.0, 28.0}}};
     cairo_save(context);
     cairo_translate(context, x, y);
@@ -116,9 +120,17 @@ void drawPines(cairo_t* context, const NPArea& area, double foot)
         double x;
         double height;
     };
-    constexpr std::array<Pine, 11> pines{{{14.0, 128.0}, {46.0, 164.0}, {82.0, 118.0}, {112.0, 88.0},
-                                          {140.0, 60.0}, {562.0, 62.0}, {586.0, 94.0}, {612.0, 132.0},
-                                          {634.0, 106.0}, {30.0, 84.0}, {600.0, 66.0}}};
+    constexpr std::array<Pine, 11> pines{{{14.0, 128.0},
+                                          {46.0, 164.0},
+                                          {82.0, 118.0},
+                                          {112.0, 88.0},
+                                          {140.0, 60.0},
+                                          {562.0, 62.0},
+                                          {586.0, 94.0},
+                                          {612.0, 132.0},
+                                          {634.0, 106.0},
+                                          {30.0, 84.0},
+                                          {600.0, 66.0}}};
     for (const Pine& pine : pines) {
         drawPine(context, area.x + pine.x, foot, pine.height);
     }

@@ -44,8 +44,7 @@ std::optional<QXDate> dateOfHours(std::int32_t day, double hours)
 } // namespace
 
 NPSunriseSunsetCalculator::NPSunriseSunsetCalculator(NPUserDefaults& defaults, const QXTimeZone& timeZone,
-                                                     const NPClock& clock,
-                                                     QXNotificationCenter& notifications)
+                                                     const NPClock& clock, QXNotificationCenter& notifications)
     : _defaults(defaults), _notifications(notifications)
 {
     if (defaults.objectForKey(NPLocationLatitudeKey) && defaults.objectForKey(NPLocationLongitudeKey)) {
@@ -165,7 +164,7 @@ std::shared_ptr<NPSunriseSunsetCalculator> sharedCalculator()
 {
     return QXSharedScope::current().instance<NPSunriseSunsetCalculator>([] {
         const NPPlatform& platform = NPCurrentPlatform();
-        return std::make_shared<NPSunriseSunsetCalculator>(
-            platform.defaults, platform.timeZones.systemTimeZone(), platform.clock, platform.notifications);
+        return std::make_shared<NPSunriseSunsetCalculator>(platform.defaults, platform.timeZones.systemTimeZone(),
+                                                           platform.clock, platform.notifications);
     });
 }

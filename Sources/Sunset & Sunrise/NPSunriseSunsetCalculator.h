@@ -20,8 +20,8 @@ inline constexpr std::string_view NPLocationLatitudeKey = "NPLocationLatitude";
 inline constexpr std::string_view NPLocationLongitudeKey = "NPLocationLongitude";
 
 // Posted with the calculator as object each time the location has been set.
-inline constexpr std::string_view NPSunriseSunsetCalculatorLocationChanged
-    = "NPSunriseSunsetCalculatorLocationChanged";
+inline constexpr std::string_view NPSunriseSunsetCalculatorLocationChanged =
+    "NPSunriseSunsetCalculatorLocationChanged";
 
 class NPSunriseSunsetCalculator {
 public:

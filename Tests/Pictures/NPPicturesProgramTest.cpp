@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdlib.h>
 
 namespace {
 
@@ -64,8 +64,7 @@ const QXDictionary inverting{{"NPEffectName", "Night"}, {"InvertScreen", true}};
 TEST_F(NPPicturesProgramTest, SaysWhereThePicturesAre)
 {
     EXPECT_EQ(run({"--out", out(), effectFile("night", inverting)}), 0);
-    EXPECT_EQ(output.str(),
-              out() + "/photograph.png\n" + out() + "/Night.png\n" + out() + "/Night curve.png\n");
+    EXPECT_EQ(output.str(), out() + "/photograph.png\n" + out() + "/Night.png\n" + out() + "/Night curve.png\n");
     EXPECT_EQ(errors.str(), "");
     EXPECT_TRUE(fs::exists(out() + "/photograph.png"));
     EXPECT_TRUE(fs::exists(out() + "/Night.png"));

@@ -98,9 +98,8 @@ TEST_F(NPSunriseSunsetCalculatorTest, GuessesTheLongitudeFromTheStandardOffset)
         double longitude;
     };
     constexpr Guess guesses[] = {
-        {0, 0.0},          {3600, 15.0},    {20700, 86.25},   {39600, 165.0},   {43200, 180.0},
-        {46800, -165.0},   {50400, -150.0}, {-18000, -75.0},  {-12600, -52.5},  {-39600, -165.0},
-        {-43200, -180.0},
+        {0, 0.0},        {3600, 15.0},    {20700, 86.25},  {39600, 165.0},   {43200, 180.0},   {46800, -165.0},
+        {50400, -150.0}, {-18000, -75.0}, {-12600, -52.5}, {-39600, -165.0}, {-43200, -180.0},
     };
     for (const Guess& guess : guesses) {
         for (const int daylightSaving : {0, 3600, -3600, 1800}) {
