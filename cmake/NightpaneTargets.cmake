@@ -36,7 +36,6 @@ function(np_test target)
   target_include_directories(${target} PRIVATE "${CMAKE_SOURCE_DIR}/Tests")
   target_compile_definitions(${target} PRIVATE NP_TEST_DATA="${CMAKE_SOURCE_DIR}/Tests/Data")
   target_link_libraries(${target} PRIVATE ${arg_LINK} GTest::gtest_main)
-  target_precompile_headers(${target} PRIVATE <gtest/gtest.h>) # most of a test's compile time
   # googletest's macros trip this one
   target_compile_options(${target} PRIVATE -Wno-sign-conversion)
 endfunction()
