@@ -54,8 +54,8 @@ void NPLimitReporter::ReportRuns(const std::vector<Run>& runs)
 
 void NPLimitReporter::_report(const Run& run)
 {
-    const std::string name = run.run_name.function_name + (run.run_name.args.empty() ? "" : " ")
-                             + run.run_name.args;
+    const std::string name =
+        run.run_name.function_name + (run.run_name.args.empty() ? "" : " ") + run.run_name.args;
     const double seconds = secondsOf(run);
     const Shown time = shown(seconds);
     std::printf("%-48s %8.2f %s", name.c_str(), time.value, time.unit);

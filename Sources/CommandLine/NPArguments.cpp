@@ -100,7 +100,8 @@ private:
         } else if (name == "--json") {
             _arguments.json = true;
             _used.push_back(name);
-        } else if (name == "--platform" || name == "--fade" || name == "--at" || name == "--lat" || name == "--lon") {
+        } else if (name == "--platform" || name == "--fade" || name == "--at" || name == "--lat"
+                   || name == "--lon") {
             _takeValue(name, equals);
         } else {
             _error = "there is no option " + name;
@@ -117,8 +118,7 @@ private:
             _error = name + " needs a value";
             return;
         }
-        const std::string value =
-            equals == std::string::npos ? _words[++_next] : _words[_next].substr(equals + 1);
+        const std::string value = equals == std::string::npos ? _words[++_next] : _words[_next].substr(equals + 1);
         if (name == "--platform") {
             _arguments.platform = value;
             if (!isPlatform(value)) {

@@ -92,7 +92,8 @@ Result importEffect(const NPArguments& arguments, NPControl& control)
     }
     const NPControlResult<std::string> identifier = control.importEffect(*data);
     if (!identifier) {
-        return std::unexpected(NPControlError{identifier.error().misuse, file + ": " + identifier.error().message});
+        return std::unexpected(
+            NPControlError{identifier.error().misuse, file + ": " + identifier.error().message});
     }
     return printIdentifier(identifier);
 }
@@ -209,15 +210,13 @@ const std::vector<Command>& commands()
         {"new", true, false, [](A a, C c, X) { return addEffect(a, c); }},
         {"set", true, true, [](A a, C c, X) { return setEffect(a, c); }},
         {"rename", true, false, [](A a, C c, X) { return c.renameEffect(a.operands[0], a.operands[1]); }},
-        {"duplicate", true, false,
-         [](A a, C c, X) { return printIdentifier(c.duplicateEffect(a.operands[0])); }},
+        {"duplicate", true, false, [](A a, C c, X) { return printIdentifier(c.duplicateEffect(a.operands[0])); }},
         {"remove", true, true, [](A a, C c, X) { return c.removeEffect(a.operands[0]); }},
         {"import", true, false, [](A a, C c, X) { return importEffect(a, c); }},
         {"export", false, false, [](A a, C c, X) { return exportEffect(a, c); }},
         {"sun", false, false, sun},
         {"location", true, false, [](A a, C c, X) { return location(a, c); }},
-        {"table", false, false,
-         [](A a, C c, X) { return printResult(a, c.table(a.operands[0]), NPTableText); }},
+        {"table", false, false, [](A a, C c, X) { return printResult(a, c.table(a.operands[0]), NPTableText); }},
         {"restore", true, false, [](A, C c, X) { return c.restore(); }},
     };
     return all;

@@ -35,7 +35,8 @@ public:
 
     [[nodiscard]] NPWatch watch(NPMainLoopLinux& loop, std::function<void()> end) const
     {
-        return loop.watchFileDescriptor(_descriptor.get(), EPOLLIN, [end = std::move(end)](std::uint32_t) { end(); });
+        return loop.watchFileDescriptor(_descriptor.get(), EPOLLIN,
+                                        [end = std::move(end)](std::uint32_t) { end(); });
     }
 
 private:
@@ -120,8 +121,8 @@ int serve(NPSession& session, const EndSignals& signals, NPDisplayGuard* guard)
 {
     QXSharedScope scope;
     NPInstallPlatform(session.platform());
-    const auto controller = std::make_shared<NPAppController>(session.platform(), *sharedEffectManager(),
-                                                              *sharedScreenManager());
+    const auto controller =
+        std::make_shared<NPAppController>(session.platform(), *sharedEffectManager(), *sharedScreenManager());
     controller->applicationDidFinishLaunching();
 
     bool displaysLost = false;

@@ -39,9 +39,8 @@ public:
         NPDisplayServices& displays = _displays ? static_cast<NPDisplayServices&>(*_displays) : _noDisplays;
         NPColorProfileServices& profiles =
             _displays ? static_cast<NPColorProfileServices&>(*_displays) : _noDisplays;
-        _platform = std::make_unique<NPPlatform>(
-            NPPlatform{_loop, _loop, _loop, _timeZones, _defaults, displays, profiles, _hotKeys,
-                       _keyboardLayout, _notifications});
+        _platform = std::make_unique<NPPlatform>(NPPlatform{_loop, _loop, _loop, _timeZones, _defaults, displays,
+                                                            profiles, _hotKeys, _keyboardLayout, _notifications});
     }
 
     const NPPlatform& platform() const override { return *_platform; }
@@ -87,8 +86,8 @@ private:
 
 } // namespace
 
-std::expected<std::unique_ptr<NPSession>, std::string>
-NPSession::open(const NPArguments& arguments, NPDisplayNeed need, NPDisplayGuard* guard)
+std::expected<std::unique_ptr<NPSession>, std::string> NPSession::open(const NPArguments& arguments,
+                                                                       NPDisplayNeed need, NPDisplayGuard* guard)
 {
     if (arguments.platform.starts_with("simulated")) {
         return NPOpenSimulatedSession(arguments.platform);

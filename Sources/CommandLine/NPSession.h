@@ -22,8 +22,8 @@ enum class NPDisplayNeed {
 class NPSession {
 public:
     // Picks the platform that the arguments ask for. The error is one line.
-    static std::expected<std::unique_ptr<NPSession>, std::string>
-    open(const NPArguments& arguments, NPDisplayNeed need, NPDisplayGuard* guard);
+    static std::expected<std::unique_ptr<NPSession>, std::string> open(const NPArguments& arguments,
+                                                                       NPDisplayNeed need, NPDisplayGuard* guard);
 
     virtual ~NPSession() = default;
 

@@ -45,8 +45,8 @@ int performHere(const NPArguments& arguments, NPSession& session)
         screenManager->setScreenManagementEnabled(session.platform().defaults.boolForKey(NPEffectActiveKey));
     }
     const NPPlatform& platform = session.platform();
-    const NPControlResult<void> result =
-        NPPerformCommand(arguments, control, {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults});
+    const NPControlResult<void> result = NPPerformCommand(
+        arguments, control, {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults});
     waitForFades(session, *screenManager);
     const bool closed = session.close();
     return result && !closed ? exitFailed : exitCode(result);
@@ -55,8 +55,8 @@ int performHere(const NPArguments& arguments, NPSession& session)
 int performThere(const NPArguments& arguments, NPSession& session, NPControl& instance)
 {
     const NPPlatform& platform = session.platform();
-    return exitCode(NPPerformCommand(
-        arguments, instance, {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults}));
+    return exitCode(NPPerformCommand(arguments, instance,
+                                     {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults}));
 }
 
 int runCommand(const NPArguments& arguments)

@@ -162,9 +162,8 @@ NPDisplayList NPEffectGroup::affectedScreenSet() const
         return {};
     }
     QXArray sorted = *stored->array();
-    std::ranges::sort(sorted, [](const QXValue& left, const QXValue& right) {
-        return QXCompareNumbers(left, right) < 0;
-    });
+    std::ranges::sort(sorted,
+                      [](const QXValue& left, const QXValue& right) { return QXCompareNumbers(left, right) < 0; });
     NPDisplayList screens;
     screens.reserve(sorted.size());
     for (const QXValue& screen : sorted) {

@@ -21,17 +21,18 @@ std::shared_ptr<NPEffectTimer> NPEffectTimer::scheduledEffectTimerWithTimeInterv
                                    std::move(target), std::move(userInfo), repeats, std::nullopt);
 }
 
-std::shared_ptr<NPEffectTimer>
-NPEffectTimer::scheduledEffectTransitionTimerWithFireDate(NPTimerServices& services, QXDate fireDate,
-                                                          Target target, std::any userInfo)
+std::shared_ptr<NPEffectTimer> NPEffectTimer::scheduledEffectTransitionTimerWithFireDate(NPTimerServices& services,
+                                                                                         QXDate fireDate,
+                                                                                         Target target,
+                                                                                         std::any userInfo)
 {
     return timerWithDispatchSource(services.makeWallClockTimer(fireDate, wallClockInterval, wallClockLeeway),
                                    std::move(target), std::move(userInfo), false, fireDate);
 }
 
-std::shared_ptr<NPEffectTimer>
-NPEffectTimer::timerWithDispatchSource(std::shared_ptr<NPTimerSource> dispatchTimer, Target target,
-                                       std::any userInfo, bool repeats, std::optional<QXDate> fireDate)
+std::shared_ptr<NPEffectTimer> NPEffectTimer::timerWithDispatchSource(std::shared_ptr<NPTimerSource> dispatchTimer,
+                                                                      Target target, std::any userInfo,
+                                                                      bool repeats, std::optional<QXDate> fireDate)
 {
     const std::shared_ptr<NPEffectTimer> timer(
         new NPEffectTimer(std::move(dispatchTimer), std::move(userInfo), fireDate));

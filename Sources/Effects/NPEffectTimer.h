@@ -26,14 +26,15 @@ public:
                                                                                double tolerance);
 
     // Fires once, at the date on the wall clock (at once when it has passed), up to 10 ms late.
-    static std::shared_ptr<NPEffectTimer>
-    scheduledEffectTransitionTimerWithFireDate(NPTimerServices& services, QXDate fireDate, Target target,
-                                               std::any userInfo);
+    static std::shared_ptr<NPEffectTimer> scheduledEffectTransitionTimerWithFireDate(NPTimerServices& services,
+                                                                                     QXDate fireDate,
+                                                                                     Target target,
+                                                                                     std::any userInfo);
 
     // Takes an event source that is set up but still suspended, and starts it.
-    static std::shared_ptr<NPEffectTimer>
-    timerWithDispatchSource(std::shared_ptr<NPTimerSource> dispatchTimer, Target target, std::any userInfo,
-                            bool repeats, std::optional<QXDate> fireDate);
+    static std::shared_ptr<NPEffectTimer> timerWithDispatchSource(std::shared_ptr<NPTimerSource> dispatchTimer,
+                                                                  Target target, std::any userInfo, bool repeats,
+                                                                  std::optional<QXDate> fireDate);
 
     void invalidate(); // no firing afterwards
 
@@ -45,8 +46,7 @@ public:
     void setFireDate(std::optional<QXDate> fireDate) { _fireDate = fireDate; }
 
 private:
-    NPEffectTimer(std::shared_ptr<NPTimerSource> dispatchTimer, std::any userInfo,
-                  std::optional<QXDate> fireDate);
+    NPEffectTimer(std::shared_ptr<NPTimerSource> dispatchTimer, std::any userInfo, std::optional<QXDate> fireDate);
 
     std::shared_ptr<NPTimerSource> _dispatchTimer;
     std::any _userInfo;

@@ -75,8 +75,8 @@ QXDateComponents QXCalendarComponentsFromDate(QXDate date, const QXTimeZone& zon
     const double seconds = limited(date.timeIntervalSinceReferenceDate);
     const double wholeSeconds = std::floor(seconds);
     const double fraction = seconds - wholeSeconds;
-    const std::int64_t local = static_cast<std::int64_t>(wholeSeconds + QXUnixEpochToReferenceDate)
-                               + zone.secondsFromGMT(date);
+    const std::int64_t local =
+        static_cast<std::int64_t>(wholeSeconds + QXUnixEpochToReferenceDate) + zone.secondsFromGMT(date);
     const std::int64_t days = floorDivide(local, secondsPerDay);
     const std::int64_t secondOfDay = local - days * secondsPerDay;
 

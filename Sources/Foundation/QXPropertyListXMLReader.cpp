@@ -33,9 +33,8 @@ private:
 std::string_view trimmed(std::string_view text)
 {
     const std::size_t start = text.find_first_not_of(" \t\r\n");
-    return start == std::string_view::npos
-               ? std::string_view()
-               : text.substr(start, text.find_last_not_of(" \t\r\n") - start + 1);
+    return start == std::string_view::npos ? std::string_view()
+                                           : text.substr(start, text.find_last_not_of(" \t\r\n") - start + 1);
 }
 
 // Decimal, or hexadecimal after "0x", with an optional sign.

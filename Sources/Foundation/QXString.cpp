@@ -102,8 +102,8 @@ std::string QXFormat(std::string_view format, std::initializer_list<std::string_
     std::string text;
     const auto* argument = arguments.begin();
     for (std::size_t i = 0; i < format.size(); ++i) {
-        const bool placeholder = format[i] == '%' && i + 1 < format.size()
-                                 && (format[i + 1] == '@' || format[i + 1] == 'd');
+        const bool placeholder =
+            format[i] == '%' && i + 1 < format.size() && (format[i + 1] == '@' || format[i + 1] == 'd');
         if (placeholder && argument != arguments.end()) {
             text += *argument++;
             ++i;

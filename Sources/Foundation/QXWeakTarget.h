@@ -7,8 +7,7 @@
 #include <utility>
 
 template<class Target, class... Arguments>
-std::function<void(Arguments...)> weakTarget(std::weak_ptr<Target> target,
-                                             void (Target::*operation)(Arguments...))
+std::function<void(Arguments...)> weakTarget(std::weak_ptr<Target> target, void (Target::*operation)(Arguments...))
 {
     return [target = std::move(target), operation](Arguments... arguments) {
         if (const std::shared_ptr<Target> held = target.lock()) {

@@ -100,8 +100,8 @@ void JXHotKey::invokeWithEvent(const JXKeyEvent& event) const
     if (!held) {
         return;
     }
-    const bool responded = held->target && held->action
-                           && held->action->perform(*held->target, event, held->object);
+    const bool responded =
+        held->target && held->action && held->action->perform(*held->target, event, held->object);
     if (!responded && held->task) {
         held->task(event);
     }
@@ -119,11 +119,10 @@ void JXHotKey::invokePressedWithEvent(const JXKeyEvent& event) const
 std::string JXHotKey::description() const
 {
     const bool hasAction = _invocation && _invocation->target && _invocation->action;
-    const std::string invocation = hasAction
-                                       ? QXFormat("[%@ %@]",
-                                                  {genericDescription("JXHotKeyTarget", _invocation->target.get()),
-                                                   _invocation->action->name()})
-                                       : "(block)";
+    const std::string invocation =
+        hasAction ? QXFormat("[%@ %@]", {genericDescription("JXHotKeyTarget", _invocation->target.get()),
+                                         _invocation->action->name()})
+                  : "(block)";
     return QXFormat(
         "%@\n\t(key: %@\n\tflags: %@\n\tinvokes: %@)",
         {genericDescription("JXHotKey", this), std::to_string(_keyCode), flagsText(_modifierFlags), invocation});

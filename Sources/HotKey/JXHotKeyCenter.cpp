@@ -163,8 +163,8 @@ void JXHotKeyCenter::unregisterAllHotKeys()
 // hotKeyID = %u. The signature is not looked at: the platform delivers nobody else's events.
 std::shared_ptr<JXHotKey> JXHotKeyCenter::_hotKeyWithID(std::uint32_t identifier) const
 {
-    const JXHotKeySet matches = hotKeysMatchingPredicate(
-        [&](const JXHotKey& hotKey) { return hotKey.hotKeyID() == identifier; });
+    const JXHotKeySet matches =
+        hotKeysMatchingPredicate([&](const JXHotKey& hotKey) { return hotKey.hotKeyID() == identifier; });
     if (matches.size() > 1) {
         QXLog("ERROR!");
     }

@@ -72,8 +72,8 @@ void NPPicture::applyTable(const QXGammaTable& table)
         for (int x = 0; x < width(); ++x) {
             unsigned char* const at = data + offset(_surface.get(), x, y);
             const std::uint32_t before = loadPixel(at);
-            const std::uint32_t after = red[before >> 16] << 16 | green[before >> 8 & 0xFF] << 8
-                                        | blue[before & 0xFF];
+            const std::uint32_t after =
+                red[before >> 16] << 16 | green[before >> 8 & 0xFF] << 8 | blue[before & 0xFF];
             std::memcpy(at, &after, sizeof after);
         }
     }

@@ -57,8 +57,8 @@ void drawFruit(cairo_t* context, const Fruit& fruit, double foot)
     const double y = foot - fruit.radius * 0.94;
     const double r = fruit.radius;
     drawShadow(context, fruit.x - r * 0.25, foot, r * 1.5);
-    cairo_pattern_t* const shading = cairo_pattern_create_radial(fruit.x + r * 0.35, y - r * 0.45, r * 0.05,
-                                                                 fruit.x - r * 0.05, y, r * 1.12);
+    cairo_pattern_t* const shading =
+        cairo_pattern_create_radial(fruit.x + r * 0.35, y - r * 0.45, r * 0.05, fruit.x - r * 0.05, y, r * 1.12);
     const std::array<NPColor, 4> colors{0xFFFFFF, fruit.light, fruit.body, fruit.shade};
     constexpr std::array<double, 4> offsets{0.0, 0.14, 0.55, 1.0};
     for (std::size_t i = 0; i < colors.size(); ++i) {

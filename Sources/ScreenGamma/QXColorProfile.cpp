@@ -120,8 +120,8 @@ QXGammaTable _QXColorProfileGetGammaTableFromVGCTData(std::span<const std::uint8
     const std::uint64_t channels = QXBigEndian16(data, 12);
     const std::uint64_t count = QXBigEndian16(data, 14);
     const std::uint64_t size = QXBigEndian16(data, 16);
-    const bool isUsable = channels > 0 && count > 0 && count <= QXGammaTableCapacity
-                          && (size == 1 || size == 2 || size == 4);
+    const bool isUsable =
+        channels > 0 && count > 0 && count <= QXGammaTableCapacity && (size == 1 || size == 2 || size == 4);
     if (!isUsable || data.size() < tableHeaderSize + channels * count * size) {
         return table;
     }

@@ -279,8 +279,8 @@ void NPProfileManager::_changeFile(NPDisplayID screen, std::uint64_t version, co
 std::optional<std::string> NPProfileManager::_writeFile(NPDisplayID screen, const QXData& content)
 {
     const std::optional<std::string> folder = _profileFolder();
-    const auto created = folder ? _services.files.createFolder(*folder)
-                                : std::unexpected(std::string("there is no caches folder"));
+    const auto created =
+        folder ? _services.files.createFolder(*folder) : std::unexpected(std::string("there is no caches folder"));
     if (!created) {
         QXLog(QXFormat("NPProfileWrite error creating directory; url=%@; error=%@",
                        {folder.value_or("(null)"), created.error()}));

@@ -38,8 +38,8 @@ void NPScreenController::retriveGammaCurve()
     }
 }
 
-void NPScreenController::setActivation(bool active, const std::shared_ptr<NPEffectGroup>& effect,
-                                       double duration, QXDate targetDate)
+void NPScreenController::setActivation(bool active, const std::shared_ptr<NPEffectGroup>& effect, double duration,
+                                       QXDate targetDate)
 {
     if (!active && effect && effect != _effect) {
         return;

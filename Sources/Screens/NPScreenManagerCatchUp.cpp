@@ -55,8 +55,7 @@ NPScreenManager::Decision NPScreenManager::_decisionForScreen(NPDisplayID screen
     std::optional<QXDate> deactivationDate;
     Group deactivationGroup;
     if (candidate && candidate->affectsScreen(screen)) {
-        _mergeDeactivationOfGroup(candidate, deactivationDate, deactivationGroup, date, savedDate,
-                                  activationDate);
+        _mergeDeactivationOfGroup(candidate, deactivationDate, deactivationGroup, date, savedDate, activationDate);
     }
     if (deactivationDate) {
         return {deactivationGroup, false, deactivationDate};

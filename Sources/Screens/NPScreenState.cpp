@@ -48,8 +48,7 @@ std::optional<NPScreenStateEntry> NPScreenStateForScreen(const NPUserDefaults& d
     return entry ? entryFromValue(*entry) : std::nullopt;
 }
 
-void NPRememberScreenState(NPUserDefaults& defaults, const NPScreenStateEntry& entry,
-                           const NPDisplayList& screens)
+void NPRememberScreenState(NPUserDefaults& defaults, const NPScreenStateEntry& entry, const NPDisplayList& screens)
 {
     const QXValue value(QXDictionary{{std::string(groupIdentifierKey), entry.groupIdentifier},
                                      {std::string(activeKey), entry.active},

@@ -90,12 +90,12 @@ void NPAppController::_setInitialSwitch()
 
 void NPAppController::_observe()
 {
-    for (const std::string_view name : {NPEffectGroupDidChangeNotification,
-                                        NPSunriseSunsetCalculatorLocationChanged,
-                                        NPSystemTimeZoneDidChangeNotification, NPSystemClockDidChangeNotification}) {
-        _platform.notifications.addObserver(
-            _observer, std::string(name), nullptr,
-            [this](const QXNotification&) { refreshTimerActivationDeactivation(); });
+    for (const std::string_view name :
+         {NPEffectGroupDidChangeNotification, NPSunriseSunsetCalculatorLocationChanged,
+          NPSystemTimeZoneDidChangeNotification, NPSystemClockDidChangeNotification}) {
+        _platform.notifications.addObserver(_observer, std::string(name), nullptr, [this](const QXNotification&) {
+            refreshTimerActivationDeactivation();
+        });
     }
     _displaySubscription = _platform.displays.registerReconfigurationCallback(
         [this](NPDisplayID display, std::uint32_t flags) { _displayDidChange(display, flags); });
@@ -161,8 +161,8 @@ void NPAppController::_displayDidChange(NPDisplayID, std::uint32_t flags)
         _delayedUpdateTimer->invalidate();
     }
     _delayedUpdateTimer = NPEffectTimer::scheduledEffectTimerWithTimeInterval(
-        _platform.timers, delayedUpdateInterval, weakTarget(weak_from_this(), &NPAppController::_delayedUpdate), {},
-        false, 0.0);
+        _platform.timers, delayedUpdateInterval, weakTarget(weak_from_this(), &NPAppController::_delayedUpdate),
+        {}, false, 0.0);
 }
 
 void NPAppController::_delayedUpdate(NPEffectTimer&)

@@ -53,8 +53,8 @@ std::optional<double> parseWithin(std::string_view text, double limit)
 
 std::optional<std::int64_t> parseWhole(std::string_view text, std::int64_t limit)
 {
-    const bool isWhole = !text.empty() && text.size() <= 10
-                         && text.find_first_not_of("0123456789") == std::string_view::npos;
+    const bool isWhole =
+        !text.empty() && text.size() <= 10 && text.find_first_not_of("0123456789") == std::string_view::npos;
     const std::int64_t value = isWhole ? std::stoll(std::string(text)) : -1;
     return value >= 0 && value <= limit ? std::optional(value) : std::nullopt;
 }
@@ -175,7 +175,8 @@ Parsed parseScreens(std::string_view text, const NPDisplayList& online)
         if (!number || (isPosition && (*number == 0 || static_cast<std::size_t>(*number) > online.size()))) {
             return expectedText("all, or positions and identifiers of screens separated by commas");
         }
-        const QXValue screen = isPosition ? QXValue(online[static_cast<std::size_t>(*number - 1)]) : QXValue(*number);
+        const QXValue screen =
+            isPosition ? QXValue(online[static_cast<std::size_t>(*number - 1)]) : QXValue(*number);
         if (std::ranges::find(screens, screen) == screens.end()) {
             screens.push_back(screen);
         }
@@ -194,7 +195,8 @@ constexpr Setting settingTable[] = {
     {"name", parseName},
     {"invert",
      [](std::string_view text) {
-         return parseSwitchSetting(text, [](NPEffectGroup& group, bool on) { group.invertEffect().setSelected(on); });
+         return parseSwitchSetting(text,
+                                   [](NPEffectGroup& group, bool on) { group.invertEffect().setSelected(on); });
      }},
     {"hide-stripes",
      [](std::string_view text) {
@@ -208,8 +210,8 @@ constexpr Setting settingTable[] = {
      }},
     {"clear-others",
      [](std::string_view text) {
-         return parseSwitchSetting(
-             text, [](NPEffectGroup& group, bool on) { group.setClearEffectOnOtherScreens(on); });
+         return parseSwitchSetting(text,
+                                   [](NPEffectGroup& group, bool on) { group.setClearEffectOnOtherScreens(on); });
      }},
     {"dim", parseDim},
     {"hue", parseHue},

@@ -57,8 +57,8 @@ QXArray samples(const QXGammaTable::Channel& channel, std::uint32_t count)
 NPLocalControl::NPLocalControl(const NPPlatform& platform, NPEffectManager& effectManager,
                                NPScreenManager& screenManager, NPSunriseSunsetCalculator& calculator,
                                NPProcessDescription process)
-    : _platform(platform), _effectManager(effectManager), _screenManager(screenManager),
-      _calculator(calculator), _process(std::move(process))
+    : _platform(platform), _effectManager(effectManager), _screenManager(screenManager), _calculator(calculator),
+      _process(std::move(process))
 {
 }
 
@@ -80,7 +80,9 @@ QXDictionary NPLocalControl::_effectDescription(const NPEffectGroup& group) cons
     }
     QXDictionary description{{"identifier", group.identifier()},
                              {"name", group.name()},
-                             {"state", state == 1 ? "on" : state == 0 ? "off" : "mixed"},
+                             {"state", state == 1   ? "on"
+                                       : state == 0 ? "off"
+                                                    : "mixed"},
                              {"settings", std::move(settings)}};
     const QXDate now = _platform.clock.now();
     insertDate(description, "nextActivation", group.upcommingActivationDateAfterDate(now));

@@ -49,9 +49,9 @@ NPSunEclipticPosition NPSunPosition(double day)
     const double perihelion = 282.9404 + 4.70935e-5 * day;
     const double eccentricity = 0.016709 - 1.151e-9 * day;
     // Kepler's equation in one step: the orbit is so round that another one changes nothing of use.
-    const double eccentricAnomaly = meanAnomaly
-                                    + eccentricity * degreesPerRadian * sine(meanAnomaly)
-                                          * (1.0 + eccentricity * cosine(meanAnomaly));
+    const double eccentricAnomaly =
+        meanAnomaly
+        + eccentricity * degreesPerRadian * sine(meanAnomaly) * (1.0 + eccentricity * cosine(meanAnomaly));
     const double x = cosine(eccentricAnomaly) - eccentricity;
     const double y = std::sqrt(1.0 - eccentricity * eccentricity) * sine(eccentricAnomaly);
     const double distance = std::sqrt(x * x + y * y);
@@ -81,8 +81,8 @@ NPSunDay NPSunRiseSet(std::int32_t day, bool upperLimb, double longitude, double
 
     const double apparentRadius = 0.2666 / sun.distance;
     const double horizon = upperLimb ? altitude - apparentRadius : altitude;
-    const double cosineOfHalfArc = (sine(horizon) - sine(latitude) * sine(sun.declination))
-                                   / (cosine(latitude) * cosine(sun.declination));
+    const double cosineOfHalfArc =
+        (sine(horizon) - sine(latitude) * sine(sun.declination)) / (cosine(latitude) * cosine(sun.declination));
     if (cosineOfHalfArc >= 1.0) {
         return {transit, transit, -1};
     }

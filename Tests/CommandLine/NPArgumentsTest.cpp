@@ -69,8 +69,9 @@ TEST(NPArguments, TheHelpNamesEveryCommand)
 {
     const std::string help = NPUsageText();
     for (const std::string command :
-         {"run", "list", "screens", "status", "activate", "deactivate", "toggle", "on", "off", "new", "set", "rename",
-          "duplicate", "remove", "import", "export", "sun", "location", "table", "restore"}) {
+         {"run",    "list",   "screens", "status",   "activate", "deactivate", "toggle",
+          "on",     "off",    "new",     "set",      "rename",   "duplicate",  "remove",
+          "import", "export", "sun",     "location", "table",    "restore"}) {
         EXPECT_NE(help.find("\n  " + command), std::string::npos) << command;
     }
 }

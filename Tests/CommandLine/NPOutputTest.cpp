@@ -20,7 +20,9 @@ TEST(NPJSON, WritesEveryKindOfValue)
 
 TEST(NPJSON, EscapesWhatWouldEndAStringOrALine)
 {
-    EXPECT_EQ(NPJSONText("a\"b\\c\nd\x01\x1f" "é"), "\"a\\\"b\\\\c\\nd\\u0001\\u001fé\"");
+    EXPECT_EQ(NPJSONText("a\"b\\c\nd\x01\x1f"
+                         "é"),
+              "\"a\\\"b\\\\c\\nd\\u0001\\u001fé\"");
 }
 
 TEST(NPJSON, HasNoWordForWhatIsNoNumber)
@@ -55,16 +57,18 @@ TEST(NPTextOutput, NamesCannotMoveTheCursor)
 TEST(NPTextOutput, MomentsAreShownOnTheZonesClock)
 {
     EXPECT_EQ(NPLocalTimeText(QXDate{0.5}, QXFixedTimeZone(3600)), "2001-01-01 01:00:00");
-    EXPECT_EQ(NPSunText({{"at", "2001-01-01T00:00:00Z"}, {"latitude", 80.0}, {"longitude", 0.5}, {"guessed", false}},
-                        QXFixedTimeZone()),
-              "At 2001-01-01 00:00:00, 80 0.5\nPrevious sunrise  none\nPrevious sunset   none\n"
-              "Next sunrise      none\nNext sunset       none\n");
+    EXPECT_EQ(
+        NPSunText({{"at", "2001-01-01T00:00:00Z"}, {"latitude", 80.0}, {"longitude", 0.5}, {"guessed", false}},
+                  QXFixedTimeZone()),
+        "At 2001-01-01 00:00:00, 80 0.5\nPrevious sunrise  none\nPrevious sunset   none\n"
+        "Next sunrise      none\nNext sunset       none\n");
 }
 
 TEST(NPTextOutput, ATableIsALineASample)
 {
-    EXPECT_EQ(NPTableText({{"red", QXArray{0.0, 1.0}}, {"green", QXArray{0.0, 0.5}}, {"blue", QXArray{0.0, 0.25}}}),
-              "0 0 0 0\n1 1 0.5 0.25\n");
+    EXPECT_EQ(
+        NPTableText({{"red", QXArray{0.0, 1.0}}, {"green", QXArray{0.0, 0.5}}, {"blue", QXArray{0.0, 0.25}}}),
+        "0 0 0 0\n1 1 0.5 0.25\n");
 }
 
 } // namespace

@@ -39,9 +39,8 @@ void showHalf(NPDisplayServicesX11& displays)
 // A run of the program that changes every display and is killed.
 void crashOn(const NPTestXServer& server)
 {
-    NPTestEngine engine([&](const NPTestEngine::Ready& ready) {
-        NPTestShowHalfUntilKilled(server.displayName(), false, ready);
-    });
+    NPTestEngine engine(
+        [&](const NPTestEngine::Ready& ready) { NPTestShowHalfUntilKilled(server.displayName(), false, ready); });
     engine.kill();
 }
 
@@ -229,9 +228,11 @@ TEST_F(NPBaseTablesX11, CommandThatLeavesATableOnLeavesTheRecord)
 TEST_F(NPBaseTablesX11, BrokenRecordIsNotBelieved)
 {
     const std::string name = recordName(randr, "screen");
-    const std::vector<std::vector<std::uint16_t>> contents
-        = {{}, {1}, {1, 0, 0, 0, 0, 0, 0, 256}, std::vector<std::uint16_t>(8 + 768),
-           std::vector<std::uint16_t>(200000, 1)};
+    const std::vector<std::vector<std::uint16_t>> contents = {{},
+                                                              {1},
+                                                              {1, 0, 0, 0, 0, 0, 0, 256},
+                                                              std::vector<std::uint16_t>(8 + 768),
+                                                              std::vector<std::uint16_t>(200000, 1)};
     for (const std::vector<std::uint16_t>& content : contents) {
         randr.setRootProperty(name, content);
         EXPECT_TRUE(QXGammaTableEqual(baseTableOf(*open()), NPTestRecordOf(ownTable))) << content.size();
@@ -334,8 +335,8 @@ TEST(NPBaseTablesOfSeveralDisplaysX11, DisplayTakesItsTableAlongToAnotherCrtc)
     NPMainLoopLinux loop;
     const auto displays = NPTestOpen(server, loop);
     const NPDisplayID moved = NPTestDisplay(*displays, "First");
-    EXPECT_TRUE(QXGammaTableEqual(displays->copyDisplayProfile(moved).baseTable,
-                                  NPTestRecordOf(NPTestSeededGamma(1))));
+    EXPECT_TRUE(
+        QXGammaTableEqual(displays->copyDisplayProfile(moved).baseTable, NPTestRecordOf(NPTestSeededGamma(1))));
     showHalf(*displays, moved);
     EXPECT_EQ(randr.gamma("DUMMY1"), halfOf(NPTestSeededGamma(1)));
     displays->restoreColorSyncSettings();

@@ -190,8 +190,8 @@ TEST_F(NPCommandLineAloneTest, ASecondEngineIsRefused)
     const NPTestProgram engine = startEngine();
     const Ended second = run({"run"});
     EXPECT_EQ(second.status, 1);
-    EXPECT_EQ(second.errors, "nightpane-cli: Nightpane is already running (process "
-                                 + std::to_string(engine.process()) + ")\n");
+    EXPECT_EQ(second.errors,
+              "nightpane-cli: Nightpane is already running (process " + std::to_string(engine.process()) + ")\n");
 }
 
 TEST_F(NPCommandLineAloneTest, WithoutABusNothingChangesBehindARunningEngine)
@@ -252,17 +252,26 @@ TEST_F(NPCommandLinePluggingTest, AScreenPluggedInWhileAnEffectIsOnShowsIt)
     client.setScreens({{1, 0, 0, 1280, 720}, {2, 1280, 0, 800, 600}});
     EXPECT_TRUE(NPTestEventually([&] {
         const auto outputs = randr.outputs();
-        return std::ranges::count_if(outputs, [&](const NPTestRandR::Output& output) {
-                   return output.crtc != 0 && randr.gamma(output.crtc) == dimmedBy20();
-               }) == 2;
+        return std::ranges::count_if(outputs,
+                                     [&](const NPTestRandR::Output& output) {
+                                         return output.crtc != 0 && randr.gamma(output.crtc) == dimmedBy20();
+                                     })
+               == 2;
     }));
 }
 
 TEST_F(NPCommandLineAloneTest, MisuseEndsWithTwoAndOneLine)
 {
-    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
-             {}, {"dance"}, {"activate"}, {"new", "A", "dim"}, {"new", "A", "dim=x"}, {"location", "91", "0"},
-             {"sun", "--at", "yesterday"}, {"run", "--platform", "amiga"}, {"activate", "Default Effect", "--fade", "x"}}) {
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{},
+                                               {"dance"},
+                                               {"activate"},
+                                               {"new", "A", "dim"},
+                                               {"new", "A", "dim=x"},
+                                               {"location", "91", "0"},
+                                               {"sun", "--at", "yesterday"},
+                                               {"run", "--platform", "amiga"},
+                                               {"activate", "Default Effect", "--fade", "x"}}) {
         const Ended ended = run(words);
         EXPECT_EQ(ended.status, 2) << (words.empty() ? "" : words.back());
         EXPECT_EQ(lines(ended.errors), 1) << ended.errors;
@@ -278,7 +287,8 @@ TEST_F(NPCommandLineAloneTest, ABrokenSettingsFileIsSetAsideAndTheProgramGoesOn)
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(lines(ended.errors), 1) << ended.errors;
     int asides = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(settingsFile()).parent_path())) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::path(settingsFile()).parent_path())) {
         asides += entry.is_regular_file() && contentOf(entry.path()) == "bplist00garbage" ? 1 : 0;
     }
     EXPECT_EQ(asides, 1);
@@ -338,10 +348,11 @@ TEST_F(NPCommandLineAloneTest, AnExportedEffectIsAnXMLPropertyListThatImportsAga
     const std::string file = folder / "Night.nightpane-effect";
     ASSERT_EQ(run({"new", "Night & \"Day\"", "dim=20%", "hue=12.5", "vividness=30%"}).status, 0);
     ASSERT_EQ(run({"export", "Night & \"Day\"", file}).status, 0);
-    EXPECT_EQ(NPTestOutputOf("/usr/bin/python3 -c 'import plistlib, sys; "
-                             "print(plistlib.load(open(sys.argv[1], \"rb\"), fmt=plistlib.FMT_XML)[\"NPEffectName\"])' "
-                             + file),
-              "Night & \"Day\"\n");
+    EXPECT_EQ(
+        NPTestOutputOf("/usr/bin/python3 -c 'import plistlib, sys; "
+                       "print(plistlib.load(open(sys.argv[1], \"rb\"), fmt=plistlib.FMT_XML)[\"NPEffectName\"])' "
+                       + file),
+        "Night & \"Day\"\n");
     ASSERT_EQ(run({"import", file}).status, 0);
     const std::string list = run({"list"}).output;
     EXPECT_EQ(list.find("Night & \"Day\"") == list.rfind("Night & \"Day\""), false);
@@ -358,9 +369,9 @@ TEST_F(NPCommandLineAloneTest, ASimulatedDayRunsToItsEndAndTellsOfEveryChange)
     const Ended ended = run({"--platform", "simulated:" + file, "run"});
     EXPECT_EQ(ended.status, 0) << ended.errors;
     for (const std::string line :
-         {"09:00:00  Desk: \"Paper\" is on", "12:00:00  Desk: disconnected", "12:40:00  Desk: connected; \"Paper\" is on",
-          "15:20:00  Laptop: \"Dark Reading\" is on", "15:45:00  Laptop: its own table",
-          "18:18:19  Desk: \"Night\" is on", "06:07:16  Desk: its own table"}) {
+         {"09:00:00  Desk: \"Paper\" is on", "12:00:00  Desk: disconnected",
+          "12:40:00  Desk: connected; \"Paper\" is on", "15:20:00  Laptop: \"Dark Reading\" is on",
+          "15:45:00  Laptop: its own table", "18:18:19  Desk: \"Night\" is on", "06:07:16  Desk: its own table"}) {
         EXPECT_NE(ended.output.find(line), std::string::npos) << line << " in\n" << ended.output;
     }
 }

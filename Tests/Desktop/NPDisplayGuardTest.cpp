@@ -5,6 +5,7 @@
 #include "Platform/Linux/NPDisplayRecoveryX11.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -86,8 +87,8 @@ bool isAliveAfterRecovery(const NPTestXServer& server, const std::string& window
     xcb_connection_t* const client = xcb_connect(server.displayName().c_str(), nullptr);
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(client)).data->root;
     const xcb_window_t window = xcb_generate_id(client);
-    xcb_create_window(client, 0, window, root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
-                      0, nullptr);
+    xcb_create_window(client, 0, window, root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0,
+                      nullptr);
     xcb_change_property(client, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
                         static_cast<std::uint32_t>(windowName.size()), windowName.data());
     std::free(xcb_get_input_focus_reply(client, xcb_get_input_focus(client), nullptr));
@@ -98,8 +99,8 @@ bool isAliveAfterRecovery(const NPTestXServer& server, const std::string& window
     recovery.ownerWindow = window;
     EXPECT_TRUE(NPRecoverDisplaysX11(recovery));
 
-    xcb_get_input_focus_reply_t* const reply
-        = xcb_get_input_focus_reply(client, xcb_get_input_focus(client), nullptr);
+    xcb_get_input_focus_reply_t* const reply =
+        xcb_get_input_focus_reply(client, xcb_get_input_focus(client), nullptr);
     const bool isAlive = reply != nullptr;
     std::free(reply);
     xcb_disconnect(client);
@@ -134,9 +135,8 @@ TEST(NPDisplayGuard, RestoresEveryDisplayWhenTheProgramIsKilled)
     for (const std::uint32_t i : {0U, 1U, 2U}) {
         randr.setGamma("DUMMY" + std::to_string(i), NPTestSeededGamma(i));
     }
-    NPTestEngine engine([&](const NPTestEngine::Ready& ready) {
-        NPTestShowHalfUntilKilled(server.displayName(), true, ready);
-    });
+    NPTestEngine engine(
+        [&](const NPTestEngine::Ready& ready) { NPTestShowHalfUntilKilled(server.displayName(), true, ready); });
     ASSERT_EQ(randr.gamma("DUMMY2"), halfOf(NPTestSeededGamma(2)));
     engine.kill();
     EXPECT_TRUE(NPTestWaitUntil([&] { return randr.rootPropertyNames(recordPrefix).empty(); }));
@@ -191,9 +191,8 @@ TEST(NPDisplayGuard, RestoresOnAServerThatWasSuspendedDuringTheCrash)
     std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the fade goes on into the socket
     engine.kill();
     server.resume();
-    EXPECT_TRUE(NPTestWaitUntil([&] {
-        return randr.gamma("screen") == ownTable && randr.rootPropertyNames(recordPrefix).empty();
-    }));
+    EXPECT_TRUE(NPTestWaitUntil(
+        [&] { return randr.gamma("screen") == ownTable && randr.rootPropertyNames(recordPrefix).empty(); }));
 }
 
 TEST(NPDisplayGuard, RestoresWhenTheProgramAborts)
@@ -209,6 +208,22 @@ TEST(NPDisplayGuard, RestoresWhenTheProgramAborts)
     });
     EXPECT_EQ(engine.wait(), -SIGABRT);
     EXPECT_TRUE(NPTestWaitUntil([&] { return randr.gamma("screen") == ownTable; }));
+}
+
+TEST(NPDisplayGuard, RestoresForAProgramWithoutStandardDescriptors)
+{
+    const NPTestXServer server = NPTestXServer::xvfb();
+    const NPTestRandR randr(server.displayName());
+    for (const int closed : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        randr.setGamma("screen", ownTable);
+        NPTestEngine engine([&](const NPTestEngine::Ready& ready) {
+            ::close(closed);
+            NPTestShowHalfUntilKilled(server.displayName(), true, ready);
+        });
+        ASSERT_EQ(randr.gamma("screen"), halfOf(ownTable)) << closed;
+        engine.kill();
+        EXPECT_TRUE(NPTestWaitUntil([&] { return randr.gamma("screen") == ownTable; })) << closed;
+    }
 }
 
 TEST_F(NPDisplayGuardTest, DoesNothingAfterAGoodbye)

@@ -270,10 +270,8 @@ TEST(NPDisplaySwitchingX11, DisplayThatIsSwitchedOffAndOnIsRemovedAndAdded)
     const auto displays = NPTestOpen(server, loop);
     const NPDisplayID second = NPTestDisplay(*displays, "DUMMY1");
     std::uint32_t flags = 0;
-    const auto subscription
-        = displays->registerReconfigurationCallback([&](NPDisplayID display, std::uint32_t flagsNow) {
-              flags |= display == second ? flagsNow : 0;
-          });
+    const auto subscription = displays->registerReconfigurationCallback(
+        [&](NPDisplayID display, std::uint32_t flagsNow) { flags |= display == second ? flagsNow : 0; });
     server.xrandr("--output DUMMY1 --off");
     EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return (flags & NPDisplayChangeRemove) != 0; }));
     server.xrandr("--output DUMMY1 --mode 640x480");
@@ -288,10 +286,8 @@ TEST(NPDisplaySwitchingX11, DisplayThatWasAwayUnnoticedIsAdded)
     const auto displays = NPTestOpen(server, loop);
     const NPDisplayID second = NPTestDisplay(*displays, "DUMMY1");
     std::uint32_t flags = 0;
-    const auto subscription
-        = displays->registerReconfigurationCallback([&](NPDisplayID display, std::uint32_t flagsNow) {
-              flags |= display == second ? flagsNow : 0;
-          });
+    const auto subscription = displays->registerReconfigurationCallback(
+        [&](NPDisplayID display, std::uint32_t flagsNow) { flags |= display == second ? flagsNow : 0; });
     server.xrandr("--output DUMMY1 --off");
     server.xrandr("--output DUMMY1 --mode 640x480 --right-of DUMMY0");
     EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return flags != 0; }));

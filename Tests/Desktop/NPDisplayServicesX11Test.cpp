@@ -287,9 +287,8 @@ TEST(NPDisplayServicesX11, ServerThatOnlyEmulatesGammaIsRefused)
 {
     const NPTestXServer server = NPTestXServer::xvfb();
     NPTestRandR(server.displayName()).setOutputProperty("screen", "RANDR Emulation", {1});
-    EXPECT_EQ(openError(server.displayName()),
-              "The X server at \"" + server.displayName()
-                  + "\" is Xwayland, which stores gamma tables but applies none");
+    EXPECT_EQ(openError(server.displayName()), "The X server at \"" + server.displayName()
+                                                   + "\" is Xwayland, which stores gamma tables but applies none");
 }
 
 TEST(NPDisplayServicesX11, LostServerIsToldOnceAndEverythingFailsThen)

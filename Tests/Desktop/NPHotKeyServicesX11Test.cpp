@@ -305,13 +305,13 @@ TEST_F(NPHotKeyServicesX11Test, HandlerMayRegisterEverythingAnew)
 {
     std::optional<NPHotKeyRef> ref = registerKey(keyD, controlOption).value();
     std::uint32_t next = 2;
-    const NPHotKeySubscription second = hotKeys->installHandlers(
-        {{},
-         [&](const NPHotKeyEvent&) {
-             ref.reset();
-             ref = registerKey(keyD, controlOption, next++).value();
-         },
-         {}});
+    const NPHotKeySubscription second =
+        hotKeys->installHandlers({{},
+                                  [&](const NPHotKeyEvent&) {
+                                      ref.reset();
+                                      ref = registerKey(keyD, controlOption, next++).value();
+                                  },
+                                  {}});
     xdotool("key ctrl+alt+d key ctrl+alt+d key ctrl+alt+d");
     EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return events == "+1-1+2-2+3-3"; })) << events;
 }

@@ -18,7 +18,7 @@ protected:
     std::string letters() const
     {
         std::string text;
-        for (const std::uint16_t keyCode : {12, 0, 6, 18, 27}) {
+        for (const std::uint16_t keyCode : std::initializer_list<std::uint16_t>{12, 0, 6, 18, 27}) {
             text += layout.charactersForKeyCode(keyCode) + ' ';
         }
         return text;

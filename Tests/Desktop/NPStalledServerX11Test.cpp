@@ -205,8 +205,8 @@ TEST(NPStalledServerX11, ServerThatGoesOnAnswersAgain)
     QXGammaTable table;
     EXPECT_FALSE(displays->getDisplayTransferTable(displays->mainDisplay(), table));
     server.resume();
-    EXPECT_TRUE(NPTestTurnUntil(
-        loop, [&] { return displays->getDisplayTransferTable(displays->mainDisplay(), table); }));
+    EXPECT_TRUE(
+        NPTestTurnUntil(loop, [&] { return displays->getDisplayTransferTable(displays->mainDisplay(), table); }));
 }
 
 TEST(NPFadeX11, StepTakesLittleProcessorTime)

@@ -184,8 +184,7 @@ TEST_F(NPEffectGroupDatesTest, StoredHourOfTwentyFiveCannotStopTheSearch)
 {
     group->setInteger(25, NPTimerActivationHourKey);
     setActivation(NPEffectTimerKind::NPEffectTimerKindTime);
-    EXPECT_EQ(group->pastActivationDateBeforeDate(dateOf("2026-03-01T23:30:00Z")),
-              dateOf("2026-03-01T21:00:00Z"));
+    EXPECT_EQ(group->pastActivationDateBeforeDate(dateOf("2026-03-01T23:30:00Z")), dateOf("2026-03-01T21:00:00Z"));
 }
 
 TEST_F(NPEffectGroupDatesDeathTest, PreviousDateAtAnHourOfTwentyFiveStopsTheProgram)

@@ -329,9 +329,8 @@ TEST_F(NPEffectGroupTest, SettingATimeAnnouncesHourThenMinute)
     std::string seen;
     QXNotificationObserver observer;
     platform.notifications.addObserver(
-        observer, std::string(NPEffectGroupDidChangeNotification), nullptr, [&](const QXNotification&) {
-            seen += group->objectForKey(NPTimerActivationMinuteKey) ? 'm' : 'h';
-        });
+        observer, std::string(NPEffectGroupDidChangeNotification), nullptr,
+        [&](const QXNotification&) { seen += group->objectForKey(NPTimerActivationMinuteKey) ? 'm' : 'h'; });
     group->setActivationTime(time);
     EXPECT_EQ(seen, "hm");
     EXPECT_EQ(group->activationTime().hour, 8);

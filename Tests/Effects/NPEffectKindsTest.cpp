@@ -35,8 +35,8 @@ TEST_F(NPEffectKindsTest, NamesAndPrioritiesAreFixed)
         names.emplace_back(effect->name());
         priorities.push_back(effect->priority());
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"InvertScreen", "Overexposure", "Dim", "ColorFilter",
-                                               "HDTVLuminance"}));
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"InvertScreen", "Overexposure", "Dim", "ColorFilter", "HDTVLuminance"}));
     EXPECT_EQ(priorities, (std::vector{10, 13, 20, 30, 40}));
 }
 
@@ -135,15 +135,17 @@ TEST_F(NPEffectKindsTest, ColorFilterFlagAloneDoesNotSelect)
     EXPECT_FALSE(group->hasEffectSelected());
 }
 
-TEST_F(NPEffectKindsTest, SettingVividnessStoresTheFlagFirst)
+TEST_F(NPEffectKindsTest, SettingVividnessOrLevelStoresTheFlagFirst)
 {
     std::vector<float> seen;
     QXNotificationObserver observer;
     platform.notifications.addObserver(
-        observer, std::string(NPEffectGroupDidChangeNotification), nullptr,
-        [&](const QXNotification&) { seen.push_back(group->floatForKey(NPColorFilterVividnessKey)); });
-    colorFilter.setVividness(0.4F);
-    EXPECT_EQ(seen, (std::vector{0.0F, 0.4F}));
+        observer, std::string(NPEffectGroupDidChangeNotification), nullptr, [&](const QXNotification&) {
+            seen.push_back(group->floatForKey(NPColorFilterVividnessKey) + group->floatForKey(NPDimLevelKey));
+        });
+    colorFilter.setVividness(0.5F);
+    dim.setLevel(-0.25F);
+    EXPECT_EQ(seen, (std::vector{0.0F, 0.5F, 0.5F, 0.25F}));
 }
 
 TEST_F(NPEffectKindsTest, SettingTheHueLeavesTheFlagAlone)

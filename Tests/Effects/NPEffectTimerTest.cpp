@@ -131,8 +131,7 @@ TEST_F(NPEffectTimerTest, WallClockTimerAllowsTenMillisecondsAndRepeatsPractical
 TEST_F(NPEffectTimerTest, RelativeTimerAsksForItsIntervalAndToleranceInNanoseconds)
 {
     relative(6.0, {}, true)->invalidate();
-    EXPECT_EQ(services.nanoseconds,
-              (std::vector<std::uint64_t>{6'000'000'000, 6'000'000'000, 1'500'000'000}));
+    EXPECT_EQ(services.nanoseconds, (std::vector<std::uint64_t>{6'000'000'000, 6'000'000'000, 1'500'000'000}));
 }
 
 TEST_F(NPEffectTimerTest, RepeatingTimerFiresEveryIntervalUntilInvalidated)
@@ -210,11 +209,14 @@ TEST_F(NPEffectTimerTest, TargetIsHeldWhileItsOperationRuns)
 TEST_F(NPEffectTimerTest, InvalidatingInItsOwnFiringStopsTheTimer)
 {
     int firings = 0;
-    relative(1.0, [&](NPEffectTimer& timer) {
-        ++firings;
-        timer.invalidate();
-        timer.invalidate();
-    }, true);
+    relative(
+        1.0,
+        [&](NPEffectTimer& timer) {
+            ++firings;
+            timer.invalidate();
+            timer.invalidate();
+        },
+        true);
     clock.advance(10);
     EXPECT_EQ(firings, 1);
     EXPECT_EQ(clock.timerCount(), 0U);

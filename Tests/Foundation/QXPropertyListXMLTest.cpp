@@ -56,35 +56,36 @@ TEST(QXPropertyListXML, WritesTheTextOfTheFormat)
         {"data", dataOf(std::string(50, 'x'))},
         {"empty", QXArray{QXArray(), QXDictionary(), "", QXData()}},
     };
-    EXPECT_EQ(written(value), head + "<dict>\n"
-                                     "\t<key>data</key>\n"
-                                     "\t<data>\n"
-                                     "\teHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4\n"
-                                     "\teHg=\n"
-                                     "\t</data>\n"
-                                     "\t<key>date</key>\n"
-                                     "\t<date>2026-06-12T18:00:00Z</date>\n"
-                                     "\t<key>empty</key>\n"
-                                     "\t<array>\n"
-                                     "\t\t<array/>\n"
-                                     "\t\t<dict/>\n"
-                                     "\t\t<string></string>\n"
-                                     "\t\t<data>\n"
-                                     "\t\t</data>\n"
-                                     "\t</array>\n"
-                                     "\t<key>list</key>\n"
-                                     "\t<array>\n"
-                                     "\t\t<true/>\n"
-                                     "\t\t<false/>\n"
-                                     "\t\t<integer>-7</integer>\n"
-                                     "\t\t<integer>18446744073709551615</integer>\n"
-                                     "\t\t<real>0.5</real>\n"
-                                     "\t\t<real>3</real>\n"
-                                     "\t</array>\n"
-                                     "\t<key>name</key>\n"
-                                     "\t<string>Night &amp; &lt;Day&gt;</string>\n"
-                                     "</dict>\n"
-                                     + tail);
+    EXPECT_EQ(written(value), head
+                                  + "<dict>\n"
+                                    "\t<key>data</key>\n"
+                                    "\t<data>\n"
+                                    "\teHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4\n"
+                                    "\teHg=\n"
+                                    "\t</data>\n"
+                                    "\t<key>date</key>\n"
+                                    "\t<date>2026-06-12T18:00:00Z</date>\n"
+                                    "\t<key>empty</key>\n"
+                                    "\t<array>\n"
+                                    "\t\t<array/>\n"
+                                    "\t\t<dict/>\n"
+                                    "\t\t<string></string>\n"
+                                    "\t\t<data>\n"
+                                    "\t\t</data>\n"
+                                    "\t</array>\n"
+                                    "\t<key>list</key>\n"
+                                    "\t<array>\n"
+                                    "\t\t<true/>\n"
+                                    "\t\t<false/>\n"
+                                    "\t\t<integer>-7</integer>\n"
+                                    "\t\t<integer>18446744073709551615</integer>\n"
+                                    "\t\t<real>0.5</real>\n"
+                                    "\t\t<real>3</real>\n"
+                                    "\t</array>\n"
+                                    "\t<key>name</key>\n"
+                                    "\t<string>Night &amp; &lt;Day&gt;</string>\n"
+                                    "</dict>\n"
+                                  + tail);
 }
 
 TEST(QXPropertyListXML, ReadsEachElement)
@@ -104,14 +105,14 @@ TEST(QXPropertyListXML, ReadsEachElement)
 
 TEST(QXPropertyListXML, ReadsIntegersFromTheLeastToTheGreatest)
 {
-    EXPECT_TRUE(identical(*valueOf("<integer>-9223372036854775808</integer>"),
-                          std::numeric_limits<std::int64_t>::min()));
-    EXPECT_TRUE(identical(*valueOf("<integer>9223372036854775807</integer>"),
-                          std::numeric_limits<std::int64_t>::max()));
-    EXPECT_TRUE(identical(*valueOf("<integer>9223372036854775808</integer>"),
-                          std::uint64_t{9223372036854775808u}));
-    EXPECT_TRUE(identical(*valueOf("<integer>18446744073709551615</integer>"),
-                          std::numeric_limits<std::uint64_t>::max()));
+    EXPECT_TRUE(
+        identical(*valueOf("<integer>-9223372036854775808</integer>"), std::numeric_limits<std::int64_t>::min()));
+    EXPECT_TRUE(
+        identical(*valueOf("<integer>9223372036854775807</integer>"), std::numeric_limits<std::int64_t>::max()));
+    EXPECT_TRUE(
+        identical(*valueOf("<integer>9223372036854775808</integer>"), std::uint64_t{9223372036854775808u}));
+    EXPECT_TRUE(
+        identical(*valueOf("<integer>18446744073709551615</integer>"), std::numeric_limits<std::uint64_t>::max()));
 }
 
 TEST(QXPropertyListXML, ReadsIntegersWithSignSpaceAndInHexadecimal)

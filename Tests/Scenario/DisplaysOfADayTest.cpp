@@ -191,8 +191,7 @@ TEST_F(DisplaysOfADayTest, GroupsOfDifferentScreensKeepTheirOwnHours)
 TEST_F(DisplaysOfADayTest, PresentationModeOnOneScreenClearsTheOthersUntilTheEvening)
 {
     stopContinuousApplying();
-    storeGroups({dimming("G", -0.5F, timed("22:00", "")),
-                 dimming("P", -0.75F, clearingOthers(onScreens({2})))});
+    storeGroups({dimming("G", -0.5F, timed("22:00", "")), dimming("P", -0.75F, clearingOthers(onScreens({2})))});
     plug(1);
     plug(2);
     launch();

@@ -146,8 +146,8 @@ TEST_F(RestartTest, SwitchThatWasOffStaysOffWhenLaunchDoesNotActivate)
 
 TEST_F(RestartTest, SettingsOfEveryWrongTypeLetItStart)
 {
-    const QXValue wrong[] = {"text", -7, 2.5, true, QXArray{1, "x"}, QXDictionary{{"k", 1}}, QXData{1, 2},
-                             QXDate{0.0}};
+    const QXValue wrong[] = {"text",       -7,         2.5, true, QXArray{1, "x"}, QXDictionary{{"k", 1}},
+                             QXData{1, 2}, QXDate{0.0}};
     for (const QXValue& value : wrong) {
         QXDictionary settings = dimming("G", -0.5F);
         for (const std::string_view key :

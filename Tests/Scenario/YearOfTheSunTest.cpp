@@ -1,6 +1,6 @@
 // A whole year of timers at sunset and sunrise, at places where the sun is well-behaved and where it is not.
-#include "Support/NPApplicationTest.h"
 #include "Sunset & Sunrise/NPSunPosition.h"
+#include "Support/NPApplicationTest.h"
 
 #include <ostream>
 #include <vector>

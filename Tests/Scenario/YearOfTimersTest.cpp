@@ -29,32 +29,55 @@ std::ostream& operator<<(std::ostream& stream, const Zone& zone)
 const std::vector<Zone>& zones()
 {
     static const std::vector<Zone> all{
-        {"Berlin", "CET-1CEST,M3.5.0,M10.5.0/3", 3600,
+        {"Berlin",
+         "CET-1CEST,M3.5.0,M10.5.0/3",
+         3600,
          {{"2026-03-29T01:00:00Z", 7200}, {"2026-10-25T01:00:00Z", 3600}}},
-        {"Dublin", "IST-1GMT0,M10.5.0,M3.5.0/1", 0,
-         {{"2026-03-29T01:00:00Z", 3600}, {"2026-10-25T01:00:00Z", 0}}},
-        {"NewYork", "EST5EDT,M3.2.0,M11.1.0", -18000,
+        {"Dublin", "IST-1GMT0,M10.5.0,M3.5.0/1", 0, {{"2026-03-29T01:00:00Z", 3600}, {"2026-10-25T01:00:00Z", 0}}},
+        {"NewYork",
+         "EST5EDT,M3.2.0,M11.1.0",
+         -18000,
          {{"2026-03-08T07:00:00Z", -14400}, {"2026-11-01T06:00:00Z", -18000}}},
-        {"Santiago", "<-04>4<-03>,M9.1.6/24,M4.1.6/24", -10800,
+        {"Santiago",
+         "<-04>4<-03>,M9.1.6/24,M4.1.6/24",
+         -10800,
          {{"2026-04-05T03:00:00Z", -14400}, {"2026-09-06T04:00:00Z", -10800}}},
-        {"Havana", "CST5CDT,M3.2.0/0,M11.1.0/1", -18000,
+        {"Havana",
+         "CST5CDT,M3.2.0/0,M11.1.0/1",
+         -18000,
          {{"2026-03-08T05:00:00Z", -14400}, {"2026-11-01T05:00:00Z", -18000}}},
-        {"StJohns", "NST3:30NDT,M3.2.0,M11.1.0", -12600,
+        {"StJohns",
+         "NST3:30NDT,M3.2.0,M11.1.0",
+         -12600,
          {{"2026-03-08T05:30:00Z", -9000}, {"2026-11-01T04:30:00Z", -12600}}},
-        {"Nuuk", "<-02>2<-01>,M3.5.0/-1,M10.5.0/0", -7200,
+        {"Nuuk",
+         "<-02>2<-01>,M3.5.0/-1,M10.5.0/0",
+         -7200,
          {{"2026-03-29T01:00:00Z", -3600}, {"2026-10-25T01:00:00Z", -7200}}},
-        {"Cairo", "EET-2EEST,M4.5.5/0,M10.5.4/24", 7200,
+        {"Cairo",
+         "EET-2EEST,M4.5.5/0,M10.5.4/24",
+         7200,
          {{"2026-04-23T22:00:00Z", 10800}, {"2026-10-29T21:00:00Z", 7200}}},
-        {"Beirut", "EET-2EEST,M3.5.0/0,M10.5.0/0", 7200,
+        {"Beirut",
+         "EET-2EEST,M3.5.0/0,M10.5.0/0",
+         7200,
          {{"2026-03-28T22:00:00Z", 10800}, {"2026-10-24T21:00:00Z", 7200}}},
         {"Kolkata", "IST-5:30", 19800, {}},
-        {"LordHowe", "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0", 39600,
+        {"LordHowe",
+         "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0",
+         39600,
          {{"2026-04-04T15:00:00Z", 37800}, {"2026-10-03T15:30:00Z", 39600}}},
-        {"Sydney", "AEST-10AEDT,M10.1.0,M4.1.0/3", 39600,
+        {"Sydney",
+         "AEST-10AEDT,M10.1.0,M4.1.0/3",
+         39600,
          {{"2026-04-04T16:00:00Z", 36000}, {"2026-10-03T16:00:00Z", 39600}}},
-        {"Auckland", "NZST-12NZDT,M9.5.0,M4.1.0/3", 46800,
+        {"Auckland",
+         "NZST-12NZDT,M9.5.0,M4.1.0/3",
+         46800,
          {{"2026-04-04T14:00:00Z", 43200}, {"2026-09-26T14:00:00Z", 46800}}},
-        {"Chatham", "<+1245>-12:45<+1345>,M9.5.0/2:45,M4.1.0/3:45", 49500,
+        {"Chatham",
+         "<+1245>-12:45<+1345>,M9.5.0/2:45,M4.1.0/3:45",
+         49500,
          {{"2026-04-04T14:00:00Z", 45900}, {"2026-09-26T14:00:00Z", 49500}}},
         {"Kiritimati", "<+14>-14", 50400, {}},
     };
@@ -136,8 +159,8 @@ protected:
     // Passes a year, and finds every event at its instant.
     void expectEveryEvent(int activationMinute, int deactivationMinute)
     {
-        const std::vector<Event> expected = eventsOf(GetParam(), activationMinute, deactivationMinute, now(),
-                                                     dateOf("2027-01-01T00:00:00Z"));
+        const std::vector<Event> expected =
+            eventsOf(GetParam(), activationMinute, deactivationMinute, now(), dateOf("2027-01-01T00:00:00Z"));
         const std::vector<Event> events = passYear(clockText(activationMinute), clockText(deactivationMinute));
         ASSERT_EQ(events.size(), expected.size());
         for (std::size_t i = 0; i < expected.size(); ++i) {
@@ -174,7 +197,6 @@ TEST_P(YearOfTimersTest, BothAtOneInstant)
     expectEveryEvent(60 + 45, 60 + 45);
 }
 
-INSTANTIATE_TEST_SUITE_P(Zones, YearOfTimersTest, testing::ValuesIn(zones()),
-                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Zones, YearOfTimersTest, testing::ValuesIn(zones()), testing::PrintToStringParamName());
 
 } // namespace

@@ -98,8 +98,8 @@ TEST(QXColorProfile, ReadsBackTheTableThatWasWritten)
 
 TEST(QXColorProfile, TakesTheTableOfThePrivateTagFirst)
 {
-    const QXColorProfile profile = colorProfileOf(
-        {{"vcgt", smallTag(1, 2, 3)}, {"NP^b", smallTag(65535, 0, 65535)}});
+    const QXColorProfile profile =
+        colorProfileOf({{"vcgt", smallTag(1, 2, 3)}, {"NP^b", smallTag(65535, 0, 65535)}});
     EXPECT_TRUE(sameTable(QXColorProfileGetGammaTable(profile), flatTable(1.0F, 0.0F, 1.0F, 1)));
 }
 
@@ -131,8 +131,8 @@ TEST(QXColorProfile, HasTheNeutralTableWhenTheVideoCardTagIsDamaged)
 
 TEST(QXColorProfile, TakesTheVideoCardTableOfFewerSamplesAsItIs)
 {
-    const QXColorProfile profile = colorProfileOf(
-        {{"vcgt", tableTagHeader(3, 2, 1) + QXData{0, 255, 51, 102, 255, 0}}});
+    const QXColorProfile profile =
+        colorProfileOf({{"vcgt", tableTagHeader(3, 2, 1) + QXData{0, 255, 51, 102, 255, 0}}});
     const QXGammaTable table = QXColorProfileGetGammaTable(profile);
     EXPECT_EQ(table.sampleCount, 2U);
     EXPECT_EQ(table.redTable[1], 1.0F);
@@ -180,8 +180,8 @@ TEST(QXPrivateTable, ReadsEntriesOf2Bytes)
 
 TEST(QXPrivateTable, ReadsEntriesOf4Bytes)
 {
-    const QXData tag = tableTagHeader(3, 1, 4) + bigEndian32(0xFFFFFFFF) + bigEndian32(0x80000000)
-                       + bigEndian32(1);
+    const QXData tag =
+        tableTagHeader(3, 1, 4) + bigEndian32(0xFFFFFFFF) + bigEndian32(0x80000000) + bigEndian32(1);
     EXPECT_TRUE(sameTable(privateTable(tag), flatTable(1.0F, 0.5F, floatOf(0x2F800000), 1)));
 }
 

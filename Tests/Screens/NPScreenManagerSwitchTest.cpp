@@ -10,8 +10,8 @@ class NPScreenManagerSwitchTest : public NPScreensTest {
 protected:
     NPScreenManagerSwitchTest()
     {
-        storeGroups({dimming("G", -0.5F, {{"NPManualTransitionDuration", 1.0}}),
-                     dimming("P", -0.25F, onScreens({2}))});
+        storeGroups(
+            {dimming("G", -0.5F, {{"NPManualTransitionDuration", 1.0}}), dimming("P", -0.25F, onScreens({2}))});
         plug(1);
         plug(2);
     }
@@ -37,6 +37,19 @@ TEST_F(NPScreenManagerSwitchTest, WhileOffAChangeIsRecordedAndNothingIsShown)
     EXPECT_EQ(platform.clock.timerCount(), 0U);
     manager().deactivateEffectGroup(groupAt(0), NPTransitionKind::manual, now());
     EXPECT_EQ(state(), "AllScreens:G-");
+}
+
+TEST_F(NPScreenManagerSwitchTest, WhileOffAClearingActivationTakesItsStepsInOrderToo)
+{
+    groupAt(1)->setClearEffectOnOtherScreens(true);
+    activate(0);
+    platform.log.clear();
+    activate(1);
+    EXPECT_EQ(platform.log.text(), "defaults set ScreenState\n" // remembers,
+                                   "defaults set ScreenState\n" // forgets the others,
+                                   "profile 1\nread 1\n"       // clears them,
+                                   "profile 2\nread 2\n");     // and sets its own
+    EXPECT_EQ(state(), "2:P+");
 }
 
 TEST_F(NPScreenManagerSwitchTest, SwitchingOnCatchesUpWithAManualFade)

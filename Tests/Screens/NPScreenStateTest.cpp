@@ -63,8 +63,8 @@ TEST_F(NPScreenStateTest, InvalidOwnEntryIsNoStateEvenWithOneForAllScreens)
 
 TEST_F(NPScreenStateTest, EntryCountsOnlyWithEveryValueOfItsKind)
 {
-    const std::pair<std::string, QXValue> wrong[]
-        = {{"GroupIdentifier", 5}, {"Active", "yes"}, {"Date", 5.0}, {"Date", "2026-02-01T00:00:00Z"}};
+    const std::pair<std::string, QXValue> wrong[] = {
+        {"GroupIdentifier", 5}, {"Active", "yes"}, {"Date", 5.0}, {"Date", "2026-02-01T00:00:00Z"}};
     for (const auto& [key, value] : wrong) {
         QXDictionary mistyped = entry("A", true, before);
         mistyped.insert_or_assign(key, value);
@@ -114,8 +114,7 @@ TEST_F(NPScreenStateTest, ListedScreensAreWrittenAndTheOthersKept)
     store({{"AllScreens", entry("H", true, before)}, {"1", entry("H", true, before)}});
     remember("G", true, later, {1, 3});
     const QXDictionary on = entry("G", true, later);
-    EXPECT_EQ(stored(),
-              QXValue(QXDictionary{{"AllScreens", entry("H", true, before)}, {"1", on}, {"3", on}}));
+    EXPECT_EQ(stored(), QXValue(QXDictionary{{"AllScreens", entry("H", true, before)}, {"1", on}, {"3", on}}));
 }
 
 TEST_F(NPScreenStateTest, StateThatIsNoDictionaryIsReplaced)

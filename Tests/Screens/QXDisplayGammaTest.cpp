@@ -165,7 +165,7 @@ TEST_F(QXDisplayGammaTest, ConstantTableCountsAsInverted)
 
 TEST_F(QXDisplayGammaTest, OneRisingChannelIsEnoughNotToBeInverted)
 {
-    for (QXGammaTable::Channel QXGammaTable::*channel :
+    for (QXGammaTable::Channel QXGammaTable::* channel :
          {&QXGammaTable::redTable, &QXGammaTable::greenTable, &QXGammaTable::blueTable}) {
         QXGammaTable table = flatTable(0.5F);
         (table.*channel)[255] = 0.75F;

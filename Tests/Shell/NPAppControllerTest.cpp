@@ -333,6 +333,9 @@ TEST_F(NPAppControllerTest, UnchangedSwitchIsNotWritten)
     EXPECT_EQ(changes.take(), 0);
     controller->setEffectActive(false, true);
     EXPECT_EQ(changes.take(), 1);
+    setDefault(NPEffectActiveKey, 2); // on as well
+    controller->setEffectActive(true, true);
+    EXPECT_EQ(platform.defaults.objectForKey(NPEffectActiveKey), QXValue(2));
 }
 
 TEST_F(NPAppControllerTest, TogglingTheSwitchSavesIt)

@@ -24,20 +24,29 @@ protected:
 
 TEST_F(NPEffectSettingsTest, DescribesTheDefaultsOfAnEmptyGroup)
 {
-    const NPControlSettings expected{
-        {"name", "New Effect"}, {"invert", "off"},     {"hide-stripes", "off"}, {"hdtv", "off"},
-        {"clear-others", "off"}, {"dim", "off"},       {"hue", "30"},           {"vividness", "off"},
-        {"activate", "off"},     {"deactivate", "off"}, {"manual-fade", "0.5"},  {"timed-fade", "2"},
-        {"screens", "all"}};
+    const NPControlSettings expected{{"name", "New Effect"}, {"invert", "off"},       {"hide-stripes", "off"},
+                                     {"hdtv", "off"},        {"clear-others", "off"}, {"dim", "off"},
+                                     {"hue", "30"},          {"vividness", "off"},    {"activate", "off"},
+                                     {"deactivate", "off"},  {"manual-fade", "0.5"},  {"timed-fade", "2"},
+                                     {"screens", "all"}};
     EXPECT_EQ(NPEffectSettingsOfGroup(*group), expected);
 }
 
 TEST_F(NPEffectSettingsTest, EveryDescriptionCanBeSetAgain)
 {
-    ASSERT_EQ(errorOf({{"name", "Night"}, {"invert", "on"}, {"hide-stripes", "on"}, {"hdtv", "on"},
-                       {"clear-others", "on"}, {"dim", "30%"}, {"hue", "45.5"}, {"vividness", "0.4"},
-                       {"activate", "sunset"}, {"deactivate", "6:05"}, {"manual-fade", "1.25"},
-                       {"timed-fade", "60"}, {"screens", "2,1"}}),
+    ASSERT_EQ(errorOf({{"name", "Night"},
+                       {"invert", "on"},
+                       {"hide-stripes", "on"},
+                       {"hdtv", "on"},
+                       {"clear-others", "on"},
+                       {"dim", "30%"},
+                       {"hue", "45.5"},
+                       {"vividness", "0.4"},
+                       {"activate", "sunset"},
+                       {"deactivate", "6:05"},
+                       {"manual-fade", "1.25"},
+                       {"timed-fade", "60"},
+                       {"screens", "2,1"}}),
               "");
     const NPControlSettings settings = NPEffectSettingsOfGroup(*group);
     EXPECT_EQ(settings.at("deactivate"), "06:05");

@@ -1,6 +1,6 @@
+#include "Shell/NPLocalControl.h"
 #include "Foundation/QXPropertyList.h"
 #include "Screens/NPScreenManager.h"
-#include "Shell/NPLocalControl.h"
 #include "Support/NPEngineTest.h"
 
 #include <gtest/gtest.h>
@@ -19,9 +19,9 @@ protected:
     NPLocalControl& control()
     {
         if (!_control) {
-            _control = std::make_unique<NPLocalControl>(
-                platform.services(), *sharedEffectManager(), *sharedScreenManager(), *sharedCalculator(),
-                NPProcessDescription{"1.2.3", "simulated", 42, true});
+            _control = std::make_unique<NPLocalControl>(platform.services(), *sharedEffectManager(),
+                                                        *sharedScreenManager(), *sharedCalculator(),
+                                                        NPProcessDescription{"1.2.3", "simulated", 42, true});
         }
         return *_control;
     }
@@ -96,7 +96,8 @@ TEST_F(NPLocalControlTest, ANewEffectWithAWrongSettingIsNotAdded)
 
 TEST_F(NPLocalControlTest, ExportedEffectsImportWithAnotherIdentifierAndKeepUnknownKeys)
 {
-    const auto unknown = sharedEffectManager()->addGroupWithDictionary({{"Vendor", "kept"}, {"NPEffectName", "A"}});
+    const auto unknown =
+        sharedEffectManager()->addGroupWithDictionary({{"Vendor", "kept"}, {"NPEffectName", "A"}});
     const QXData file = control().exportEffect("A").value();
     const std::string imported = control().importEffect(file).value();
     EXPECT_NE(imported, unknown->identifier());

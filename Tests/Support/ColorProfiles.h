@@ -40,8 +40,8 @@ inline QXData profileHeader(std::uint32_t size, std::uint32_t version = 0x024000
     QXData header = bigEndian32(size) + bytesOf("lcms") + bigEndian32(version) + bytesOf("mntrRGB XYZ ");
     header = header + QXData{0x07, 0xEA, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6} + bytesOf("acspAPPL") + bigEndian32(1);
     header = header + bytesOf("MFCTMODL") + QXData{1, 2, 3, 4, 5, 6, 7, 8} + bigEndian32(2);
-    header = header + bigEndian32(0x0000F6D6) + bigEndian32(0x00010000) + bigEndian32(0x0000D32D)
-             + bytesOf("CREA");
+    header =
+        header + bigEndian32(0x0000F6D6) + bigEndian32(0x00010000) + bigEndian32(0x0000D32D) + bytesOf("CREA");
     for (int i = 0; i < 16; ++i) {
         header.push_back(0xA5); // the profile ID
     }

@@ -59,8 +59,8 @@ inline testing::AssertionResult sameBits(const QXGammaTable::Channel& one, const
     return testing::AssertionSuccess();
 }
 
-inline testing::AssertionResult sameEntries(const QXGammaTable& one, const QXGammaTable& other,
-                                            std::size_t begin, std::size_t end)
+inline testing::AssertionResult sameEntries(const QXGammaTable& one, const QXGammaTable& other, std::size_t begin,
+                                            std::size_t end)
 {
     const auto red = sameBits(one.redTable, other.redTable, begin, end);
     const auto green = sameBits(one.greenTable, other.greenTable, begin, end);

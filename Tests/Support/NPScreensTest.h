@@ -9,10 +9,8 @@
 // Settings of a group that scales every sample to 1 + level, with further settings.
 inline QXDictionary dimming(std::string_view identifier, float level, const QXDictionary& further = {})
 {
-    QXDictionary settings{{"NPEffectIdentifier", identifier},
-                          {"NPEffectName", identifier},
-                          {"Dim", true},
-                          {"DimLevel", level}};
+    QXDictionary settings{
+        {"NPEffectIdentifier", identifier}, {"NPEffectName", identifier}, {"Dim", true}, {"DimLevel", level}};
     settings.insert(further.begin(), further.end());
     return settings;
 }
@@ -53,10 +51,7 @@ protected:
 
     void plug(NPDisplayID identifier) { platform.displays.plug({.identifier = identifier}); }
 
-    const QXGammaTable& shown(NPDisplayID identifier)
-    {
-        return platform.displays.display(identifier)->table;
-    }
+    const QXGammaTable& shown(NPDisplayID identifier) { return platform.displays.display(identifier)->table; }
 
     // The brightest sample: what a dimming group scales.
     float white(NPDisplayID identifier) { return shown(identifier).redTable[255]; }

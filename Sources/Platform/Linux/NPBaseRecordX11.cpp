@@ -8,7 +8,7 @@ constexpr std::uint16_t formatVersion = 1;
 constexpr std::size_t headerItems = 8; // version, display 2, owner 4, size
 
 // The high items come first.
-template <typename Number>
+template<typename Number>
 void append(std::vector<std::uint16_t>& items, Number number)
 {
     for (std::size_t shift = sizeof(Number) * 8; shift > 0; shift -= 16) {
@@ -16,7 +16,7 @@ void append(std::vector<std::uint16_t>& items, Number number)
     }
 }
 
-template <typename Number>
+template<typename Number>
 Number extract(std::span<const std::uint16_t> items)
 {
     Number number = 0;

@@ -117,8 +117,7 @@ void* NPConnectionX11::_waitForReply(unsigned int sequence)
 bool NPConnectionX11::synchronize()
 {
     // The smallest question that there is.
-    return isResponding()
-           && reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(handle()).sequence) != nullptr;
+    return isResponding() && reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(handle()).sequence) != nullptr;
 }
 
 unsigned int NPConnectionX11::requestAtom(std::string_view name) const

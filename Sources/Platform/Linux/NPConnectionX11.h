@@ -16,7 +16,7 @@ struct NPFreeX11 {
 };
 
 // A reply, an error or an event, as the client library hands it out.
-template <typename Content>
+template<typename Content>
 using NPContentX11 = std::unique_ptr<Content, NPFreeX11>;
 
 class NPConnectionX11 {
@@ -47,7 +47,7 @@ public:
     // The answer to a request; none for an error, for a lost connection, and when the server does not
     // respond. Once it has not responded, later calls wait no more while isResponding() is false. Requests
     // may be sent together and their replies collected afterwards, in order.
-    template <typename Reply>
+    template<typename Reply>
     NPContentX11<Reply> reply(unsigned int sequence)
     {
         return NPContentX11<Reply>(static_cast<Reply*>(_waitForReply(sequence)));

@@ -33,14 +33,14 @@ constexpr int guardChannel = 3; // the guard's descriptor of the channel
 constexpr int recoveryAttempts = 30;
 constexpr int goodbyeMilliseconds = 100; // for the guard to end; it takes a fraction of one
 
-template <typename Value>
+template<typename Value>
 void append(std::vector<std::uint8_t>& content, const Value& value)
 {
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&value);
     content.insert(content.end(), bytes, bytes + sizeof(Value));
 }
 
-template <typename Value>
+template<typename Value>
 Value extract(std::span<const std::uint8_t>& content)
 {
     Value value{};
@@ -144,10 +144,19 @@ void Guard::_takeBaseTable(std::span<const std::uint8_t> content)
     }
 }
 
-// Keeps standard error and the guard's end of the channel.
-void keepOwnDescriptorsOnly(int channel, int otherEnd)
+// A descriptor of ours must not stand where the log, or anybody else, expects standard error.
+void fillStandardDescriptors()
 {
-    ::close(otherEnd); // first: it may have the number of a standard descriptor
+    int descriptor = STDIN_FILENO;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+        descriptor = ::open("/dev/null", O_RDWR);
+    }
+    ::close(descriptor);
+}
+
+// Keeps standard error and the channel.
+void keepOwnDescriptorsOnly(int channel)
+{
     ::dup2(channel, guardChannel);
     if (const int nowhere = ::open("/dev/null", O_RDWR); nowhere >= 0) {
         ::dup2(nowhere, STDIN_FILENO);
@@ -160,6 +169,7 @@ void keepOwnDescriptorsOnly(int channel, int otherEnd)
 
 std::unique_ptr<NPDisplayGuard> NPDisplayGuard::start()
 {
+    fillStandardDescriptors();
     std::array<int, 2> ends{-1, -1};
     const bool isConnected = socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0;
     NPFileDescriptor channel(ends[0]);
@@ -171,7 +181,7 @@ std::unique_ptr<NPDisplayGuard> NPDisplayGuard::start()
         return nullptr;
     }
     if (process == 0) {
-        keepOwnDescriptorsOnly(guardEnd.get(), channel.get());
+        keepOwnDescriptorsOnly(guardEnd.get());
         Guard guard;
         guard.leaveSession();
         guard.run();

@@ -21,7 +21,8 @@
 class NPDisplayGuard {
 public:
     // Forks: to be called at the very beginning, while there is one thread and nothing in memory that the
-    // guard would keep. None when there can be no guard; one line in the log says why.
+    // guard would keep. Opens /dev/null for standard descriptors that are closed. None when there can be no
+    // guard; one line in the log says why.
     static std::unique_ptr<NPDisplayGuard> start();
 
     // Ends the guard's wait. Without a goodbye() it gives the displays back now.

@@ -44,8 +44,8 @@ void Recovery::run()
     _endOwnersConnection();
     auto name = names.begin();
     for (const auto& [crtc, record] : _recovery.baseRecords) {
-        const auto request = xcb_get_property(handle, 0, _connection.root(), *name, XCB_ATOM_CARDINAL, 0,
-                                              NPLongestBaseRecordX11);
+        const auto request =
+            xcb_get_property(handle, 0, _connection.root(), *name, XCB_ATOM_CARDINAL, 0, NPLongestBaseRecordX11);
         const auto property = _connection.reply<xcb_get_property_reply_t>(request.sequence);
         const auto current = NPBaseRecordFromReplyX11(property.get());
         if (current && current->owner == _recovery.owner) {
@@ -63,8 +63,8 @@ void Recovery::_endOwnersConnection()
         return;
     }
     const std::string expected = NPOwnerWindowNameX11(_recovery.owner);
-    const auto request = xcb_get_property(_connection.handle(), 0, _recovery.ownerWindow, XCB_ATOM_WM_NAME,
-                                          XCB_ATOM_STRING, 0, 64);
+    const auto request =
+        xcb_get_property(_connection.handle(), 0, _recovery.ownerWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 0, 64);
     const auto property = _connection.reply<xcb_get_property_reply_t>(request.sequence);
     // The number of the window may belong to somebody else by now.
     if (property && property->format == 8

@@ -9,7 +9,7 @@
 namespace {
 
 // The identifiers of the displays that the condition holds for.
-template <typename Condition>
+template<typename Condition>
 std::optional<NPDisplayList> listedDisplays(const NPDisplayServerX11& server, std::size_t capacity,
                                             Condition condition)
 {
@@ -43,8 +43,7 @@ bool overlap(double left, double leftLength, double right, double rightLength)
 
 } // namespace
 
-NPDisplayServicesX11::NPDisplayServicesX11(std::unique_ptr<NPDisplayServerX11> server)
-    : _server(std::move(server))
+NPDisplayServicesX11::NPDisplayServicesX11(std::unique_ptr<NPDisplayServerX11> server) : _server(std::move(server))
 {
 }
 
@@ -75,14 +74,12 @@ std::optional<NPDisplayList> NPDisplayServicesX11::activeDisplayList(std::size_t
     return listedDisplays(*_server, capacity, [](const NPDisplayX11& display) { return !display.isCopy; });
 }
 
-std::optional<NPDisplayList> NPDisplayServicesX11::displaysWithRect(const NPRect& rect,
-                                                                    std::size_t capacity) const
+std::optional<NPDisplayList> NPDisplayServicesX11::displaysWithRect(const NPRect& rect, std::size_t capacity) const
 {
     // The X screen's origin is the corner of all displays together, the rectangle's that of the main display.
     const NPRect main = _server->displays().empty() ? NPRect{} : _server->displays().front().area;
     return listedDisplays(*_server, capacity, [&](const NPDisplayX11& display) {
-        return !display.isCopy
-               && overlap(rect.x + main.x, rect.width, display.area.x, display.area.width)
+        return !display.isCopy && overlap(rect.x + main.x, rect.width, display.area.x, display.area.width)
                && overlap(rect.y + main.y, rect.height, display.area.y, display.area.height);
     });
 }

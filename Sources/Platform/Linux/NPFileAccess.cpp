@@ -49,7 +49,7 @@ bool writeWhole(int file, const QXData& content)
 
 mode_t permissionsFor(const std::string& path)
 {
-    struct stat status {};
+    struct stat status{};
     return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0644;
 }
 

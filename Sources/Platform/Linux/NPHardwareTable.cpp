@@ -11,7 +11,7 @@ constexpr double fullScaleDouble = 65535.0;
 
 // Where position `index` of `count` evenly spaced ones lies among the samples of a channel, and what is
 // there: the whole part is found with integers, so that the ends and all common points are met exactly.
-template <typename Sample>
+template<typename Sample>
 double interpolated(std::span<const Sample> channel, std::size_t index, std::size_t count)
 {
     if (count < 2 || channel.size() < 2) {

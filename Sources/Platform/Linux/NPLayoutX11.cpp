@@ -60,8 +60,8 @@ std::optional<NPLayoutX11> Reading::layout()
     xcb_connection_t* const handle = _connection.handle();
     const auto resourcesRequest = xcb_randr_get_screen_resources_current(handle, _connection.root());
     const auto primaryRequest = xcb_randr_get_output_primary(handle, _connection.root());
-    const auto resources
-        = _connection.reply<xcb_randr_get_screen_resources_current_reply_t>(resourcesRequest.sequence);
+    const auto resources =
+        _connection.reply<xcb_randr_get_screen_resources_current_reply_t>(resourcesRequest.sequence);
     const auto primary = _connection.reply<xcb_randr_get_output_primary_reply_t>(primaryRequest.sequence);
     if (!resources || !primary) {
         return std::nullopt;

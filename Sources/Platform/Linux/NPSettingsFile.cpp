@@ -93,8 +93,8 @@ std::error_code renameToFreeName(const std::filesystem::path& from, const std::f
 } // namespace
 
 NPSettingsFile::Version::Version(const struct stat& status)
-    : _device(status.st_dev), _inode(status.st_ino), _size(status.st_size),
-      _modified(nanoseconds(status.st_mtim)), _changed(nanoseconds(status.st_ctim))
+    : _device(status.st_dev), _inode(status.st_ino), _size(status.st_size), _modified(nanoseconds(status.st_mtim)),
+      _changed(nanoseconds(status.st_ctim))
 {
 }
 

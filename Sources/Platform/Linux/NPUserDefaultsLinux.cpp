@@ -44,8 +44,8 @@ QXDictionary merged(const QXDictionary& base, const QXDictionary& ours, const QX
 
 } // namespace
 
-NPUserDefaultsLinux::NPUserDefaultsLinux(const std::optional<std::filesystem::path>& folder,
-                                         NPMainLoopLinux& loop, QXNotificationCenter& notifications)
+NPUserDefaultsLinux::NPUserDefaultsLinux(const std::optional<std::filesystem::path>& folder, NPMainLoopLinux& loop,
+                                         QXNotificationCenter& notifications)
     : NPUserDefaultsLinux(folder, loop, loop, loop, notifications)
 {
     if (!_file) {

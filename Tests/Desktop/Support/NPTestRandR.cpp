@@ -9,7 +9,7 @@ struct Free {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-template <typename Reply>
+template<typename Reply>
 std::unique_ptr<Reply, Free> needed(Reply* reply, const char* what)
 {
     if (reply == nullptr) {
@@ -34,16 +34,16 @@ NPTestRandR::NPTestRandR(const std::string& displayName) : _connection(xcb_conne
 std::vector<NPTestRandR::Output> NPTestRandR::outputs() const
 {
     xcb_connection_t* const c = _connection.get();
-    const auto resources = needed(xcb_randr_get_screen_resources_current_reply(
-                                      c, xcb_randr_get_screen_resources_current(c, _root), nullptr),
-                                  "GetScreenResourcesCurrent");
+    const auto resources = needed(
+        xcb_randr_get_screen_resources_current_reply(c, xcb_randr_get_screen_resources_current(c, _root), nullptr),
+        "GetScreenResourcesCurrent");
     std::vector<Output> outputs;
     for (int i = 0; i < resources->num_outputs; ++i) {
         const xcb_randr_output_t identifier = xcb_randr_get_screen_resources_current_outputs(resources.get())[i];
-        const auto info = needed(
-            xcb_randr_get_output_info_reply(
-                c, xcb_randr_get_output_info(c, identifier, resources->config_timestamp), nullptr),
-            "GetOutputInfo");
+        const auto info =
+            needed(xcb_randr_get_output_info_reply(
+                       c, xcb_randr_get_output_info(c, identifier, resources->config_timestamp), nullptr),
+                   "GetOutputInfo");
         const auto* const name = reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get()));
         outputs.push_back({identifier, std::string(name, info->name_len), info->connection == 0, info->crtc});
     }
@@ -63,9 +63,9 @@ NPTestRandR::Output NPTestRandR::output(const std::string& name) const
 std::vector<xcb_randr_crtc_t> NPTestRandR::crtcs() const
 {
     xcb_connection_t* const c = _connection.get();
-    const auto resources = needed(xcb_randr_get_screen_resources_current_reply(
-                                      c, xcb_randr_get_screen_resources_current(c, _root), nullptr),
-                                  "GetScreenResourcesCurrent");
+    const auto resources = needed(
+        xcb_randr_get_screen_resources_current_reply(c, xcb_randr_get_screen_resources_current(c, _root), nullptr),
+        "GetScreenResourcesCurrent");
     const auto* const first = xcb_randr_get_screen_resources_current_crtcs(resources.get());
     return {first, first + resources->num_crtcs};
 }
@@ -73,8 +73,8 @@ std::vector<xcb_randr_crtc_t> NPTestRandR::crtcs() const
 NPTestGamma NPTestRandR::gamma(xcb_randr_crtc_t crtc) const
 {
     xcb_connection_t* const c = _connection.get();
-    const auto reply = needed(xcb_randr_get_crtc_gamma_reply(c, xcb_randr_get_crtc_gamma(c, crtc), nullptr),
-                              "GetCrtcGamma");
+    const auto reply =
+        needed(xcb_randr_get_crtc_gamma_reply(c, xcb_randr_get_crtc_gamma(c, crtc), nullptr), "GetCrtcGamma");
     const auto channel = [&](const std::uint16_t* first) {
         return std::vector<std::uint16_t>(first, first + reply->size);
     };
@@ -94,16 +94,16 @@ void NPTestRandR::moveTo(const std::string& outputName, std::int16_t x) const
 {
     xcb_connection_t* const c = _connection.get();
     const Output moved = output(outputName);
-    const auto info = needed(
-        xcb_randr_get_crtc_info_reply(c, xcb_randr_get_crtc_info(c, moved.crtc, XCB_CURRENT_TIME), nullptr),
-        "GetCrtcInfo");
-    const auto set = needed(
-        xcb_randr_set_crtc_config_reply(c,
-                                        xcb_randr_set_crtc_config(c, moved.crtc, XCB_CURRENT_TIME,
-                                                                  info->timestamp, x, info->y, info->mode,
-                                                                  info->rotation, 1, &moved.identifier),
-                                        nullptr),
-        "SetCrtcConfig");
+    const auto info =
+        needed(xcb_randr_get_crtc_info_reply(c, xcb_randr_get_crtc_info(c, moved.crtc, XCB_CURRENT_TIME), nullptr),
+               "GetCrtcInfo");
+    const auto set =
+        needed(xcb_randr_set_crtc_config_reply(c,
+                                               xcb_randr_set_crtc_config(c, moved.crtc, XCB_CURRENT_TIME,
+                                                                         info->timestamp, x, info->y, info->mode,
+                                                                         info->rotation, 1, &moved.identifier),
+                                               nullptr),
+               "SetCrtcConfig");
     if (set->status != XCB_RANDR_SET_CONFIG_SUCCESS) {
         throw std::runtime_error("SetCrtcConfig failed, status " + std::to_string(set->status));
     }
@@ -131,10 +131,10 @@ void NPTestRandR::setOutputProperty(const std::string& outputName, const std::st
 std::optional<std::vector<std::uint16_t>> NPTestRandR::rootProperty(const std::string& name) const
 {
     xcb_connection_t* const c = _connection.get();
-    const auto reply = needed(
-        xcb_get_property_reply(c, xcb_get_property(c, 0, _root, _atom(name), XCB_ATOM_CARDINAL, 0, 1U << 20),
-                               nullptr),
-        "GetProperty");
+    const auto reply =
+        needed(xcb_get_property_reply(
+                   c, xcb_get_property(c, 0, _root, _atom(name), XCB_ATOM_CARDINAL, 0, 1U << 20), nullptr),
+               "GetProperty");
     if (reply->format != 16) {
         return std::nullopt;
     }
@@ -153,8 +153,8 @@ void NPTestRandR::setRootProperty(const std::string& name, const std::vector<std
 std::vector<std::string> NPTestRandR::rootPropertyNames(const std::string& prefix) const
 {
     xcb_connection_t* const c = _connection.get();
-    const auto list = needed(xcb_list_properties_reply(c, xcb_list_properties(c, _root), nullptr),
-                             "ListProperties");
+    const auto list =
+        needed(xcb_list_properties_reply(c, xcb_list_properties(c, _root), nullptr), "ListProperties");
     std::vector<std::string> names;
     for (int i = 0; i < list->atoms_len; ++i) {
         const auto atom = needed(

@@ -76,8 +76,8 @@ std::string readDisplayNumber(int descriptor)
 NPTestXServer NPTestXServer::xvfb(const std::vector<std::string>& options)
 {
     NPTestXServer server;
-    std::vector<std::string> command = {"Xvfb", "-displayfd", "3", "-screen", "0", "1280x720x24",
-                                        "-nolisten", "tcp", "-noreset"};
+    std::vector<std::string> command = {"Xvfb",        "-displayfd", "3",   "-screen", "0",
+                                        "1280x720x24", "-nolisten",  "tcp", "-noreset"};
     command.insert(command.end(), options.begin(), options.end());
     server._start(command);
     return server;
@@ -97,8 +97,7 @@ NPTestXServer NPTestXServer::xvnc()
 {
     NPTestXServer server;
     server._start({"Xvnc", "-displayfd", "3", "-geometry", "1280x720", "-SecurityTypes", "None", "-rfbport", "-1",
-                   "-rfbunixpath", server.rfbSocket(), "-noreset", "-nolisten", "tcp",
-                   "-AcceptSetDesktopSize=1"});
+                   "-rfbunixpath", server.rfbSocket(), "-noreset", "-nolisten", "tcp", "-AcceptSetDesktopSize=1"});
     return server;
 }
 
@@ -116,7 +115,7 @@ void NPTestXServer::_start(std::vector<std::string> command)
     close(ends[1]);
     const std::string number = readDisplayNumber(ends[0]);
     close(ends[0]);
-    if (number.empty()) {
+    if (_process < 0 || number.empty()) {
         throw std::runtime_error(command.front() + " did not start: " + NPTestOutputOf("cat '" + log + "'"));
     }
     _displayName = ":" + number;
@@ -136,13 +135,17 @@ std::string NPTestXServer::rfbSocket() const
 
 void NPTestXServer::suspend() const
 {
-    ::kill(_process, SIGSTOP);
-    waitpid(_process, nullptr, WUNTRACED);
+    if (_process > 0) { // 0 and below stand for many processes
+        ::kill(_process, SIGSTOP);
+        waitpid(_process, nullptr, WUNTRACED);
+    }
 }
 
 void NPTestXServer::resume() const
 {
-    ::kill(_process, SIGCONT);
+    if (_process > 0) {
+        ::kill(_process, SIGCONT);
+    }
 }
 
 void NPTestXServer::kill()

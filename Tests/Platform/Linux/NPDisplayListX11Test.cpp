@@ -158,8 +158,8 @@ TEST(NPDisplayChangesX11, RemovedDisplaysAreToldFirst)
     const NPDisplayListX11 list = listed(threeDisplays());
     const NPDisplayListX11 before(list.begin() + 1, list.end());
     const NPDisplayListX11 after(list.begin(), list.begin() + 2);
-    EXPECT_EQ(NPDisplayChangesX11(before, after, {}), (Changes{{list[2].identifier, NPDisplayChangeRemove},
-                                                              {list[0].identifier, NPDisplayChangeAdd}}));
+    EXPECT_EQ(NPDisplayChangesX11(before, after, {}),
+              (Changes{{list[2].identifier, NPDisplayChangeRemove}, {list[0].identifier, NPDisplayChangeAdd}}));
 }
 
 TEST(NPDisplayChangesX11, AnotherModePositionRotationOrTableSizeIsSetMode)

@@ -55,7 +55,9 @@ TEST(NPEdid, NameThatFillsItsDescriptorNeedsNoLineFeed)
 
 TEST(NPEdid, UnprintableCharactersAreLeftOutOfTheName)
 {
-    const auto edid = NPEdidParse(NPTestEdid{.monitorName = "A\x1B\xC4" "B"}.block());
+    const auto edid = NPEdidParse(NPTestEdid{.monitorName = "A\x1B\xC4"
+                                                            "B"}
+                                      .block());
     ASSERT_TRUE(edid);
     EXPECT_EQ(edid->monitorName, "AB");
 }

@@ -8,7 +8,7 @@
 namespace {
 
 // A table whose channels are given by a function of the position 0..1.
-template <typename Curve>
+template<typename Curve>
 NPHardwareTable hardwareTable(std::size_t size, Curve curve)
 {
     NPHardwareTable table(size);
@@ -200,9 +200,8 @@ TEST(NPHardwareTable, ZerosShowNoPicture)
 
 TEST(NPHardwareTable, OneConstantValueShowsNoPicture)
 {
-    EXPECT_FALSE(NPHardwareTableShowsPicture(hardwareTable(256, [](std::size_t channel, double) {
-        return static_cast<double>(channel) * 0.5;
-    })));
+    EXPECT_FALSE(NPHardwareTableShowsPicture(
+        hardwareTable(256, [](std::size_t channel, double) { return static_cast<double>(channel) * 0.5; })));
 }
 
 TEST(NPHardwareTable, NoTableShowsNoPicture)
@@ -212,7 +211,6 @@ TEST(NPHardwareTable, NoTableShowsNoPicture)
 
 TEST(NPHardwareTable, OneRisingChannelShowsAPicture)
 {
-    EXPECT_TRUE(NPHardwareTableShowsPicture(hardwareTable(256, [](std::size_t channel, double position) {
-        return channel == 1 ? position : 0.0;
-    })));
+    EXPECT_TRUE(NPHardwareTableShowsPicture(
+        hardwareTable(256, [](std::size_t channel, double position) { return channel == 1 ? position : 0.0; })));
 }

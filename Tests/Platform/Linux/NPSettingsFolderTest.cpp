@@ -33,8 +33,8 @@ TEST_F(NPSettingsFolderTest, IsInTheHomeFolderWithoutAConfigurationFolder)
 TEST_F(NPSettingsFolderTest, IgnoresARelativeConfigurationFolder)
 {
     EXPECT_EQ(NPSettingsFolder("configuration", "/home/somebody"), "/home/somebody/.config/nightpane");
-    EXPECT_EQ(lines, std::vector<std::string>{
-                         "XDG_CONFIG_HOME is ignored: \"configuration\" is no absolute path"});
+    EXPECT_EQ(lines,
+              std::vector<std::string>{"XDG_CONFIG_HOME is ignored: \"configuration\" is no absolute path"});
 }
 
 TEST_F(NPSettingsFolderTest, IsNoneWithoutAnyFolder)

@@ -208,9 +208,8 @@ protected:
     }
     void changeElsewhere()
     {
-        EXPECT_TRUE(endedWell(inSecondProcess([&] {
-            elsewhere([](NPUserDefaults& other) { other.setObject(2, "theirs"); });
-        })));
+        EXPECT_TRUE(endedWell(
+            inSecondProcess([&] { elsewhere([](NPUserDefaults& other) { other.setObject(2, "theirs"); }); })));
     }
 
     NPMainLoopLinux loop;

@@ -352,8 +352,9 @@ TEST_F(NPUserDefaultsLinuxTest, GoesOnInMemoryOverAFileThatItCanNeitherReadNorSe
     EXPECT_FALSE(store->synchronize());
     EXPECT_EQ(store->objectForKey("level"), QXValue(1));
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_TRUE(lines[0].starts_with("Settings in " + file.string() + " cannot be read: neither an XML nor a "
-                                     "binary property list; and not set aside: "))
+    EXPECT_TRUE(lines[0].starts_with("Settings in " + file.string()
+                                     + " cannot be read: neither an XML nor a "
+                                       "binary property list; and not set aside: "))
         << lines[0];
 }
 

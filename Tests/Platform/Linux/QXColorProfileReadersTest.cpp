@@ -181,8 +181,8 @@ TEST(QXColorProfileReaders, ArgyllFindsTheSameTableInVersion2)
          {std::pair("0", &table.redTable), std::pair("1", &table.greenTable), std::pair("2", &table.blueTable)}) {
         expected += std::string("  channel #") + name + '\n';
         for (std::size_t i = 0; i < 256; ++i) {
-            expected += "    " + std::to_string(i) + ": " + std::to_string(std::lround((*channel)[i] * 65535.0F))
-                        + '\n';
+            expected +=
+                "    " + std::to_string(i) + ": " + std::to_string(std::lround((*channel)[i] * 65535.0F)) + '\n';
         }
     }
     EXPECT_NE(output.text.find(expected), std::string::npos) << output.text;

@@ -17,8 +17,8 @@ using Characters = std::array<char, 64>;
 
 std::string printable(std::string_view characters)
 {
-    const bool isControl = !characters.empty()
-                           && (static_cast<unsigned char>(characters[0]) < 0x20 || characters[0] == 0x7F);
+    const bool isControl =
+        !characters.empty() && (static_cast<unsigned char>(characters[0]) < 0x20 || characters[0] == 0x7F);
     return isControl ? std::string() : std::string(characters);
 }
 
