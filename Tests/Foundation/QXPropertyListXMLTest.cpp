@@ -1,6 +1,7 @@
 // The XML form of property lists, against text written by hand.
 #include "Foundation/QXPropertyList.h"
 
+#include "Support/Data/NPTestData.h"
 #include "Support/PropertyLists.h"
 
 #include <gtest/gtest.h>
@@ -303,7 +304,7 @@ class QXPropertyListBrokenFile : public testing::TestWithParam<BrokenFile> {};
 
 TEST_P(QXPropertyListBrokenFile, GivesOneClearLine)
 {
-    std::ifstream stream(NP_TEST_DATA "/BrokenPropertyLists/" + std::string(GetParam().name), std::ios::binary);
+    std::ifstream stream(NPTestDataFile("BrokenPropertyLists/" + std::string(GetParam().name)), std::ios::binary);
     ASSERT_TRUE(stream) << GetParam().name;
     const QXData data{std::istreambuf_iterator<char>(stream), {}};
     EXPECT_EQ(errorOf(QXPropertyListFromData(data)), GetParam().error);

@@ -2,6 +2,7 @@
 
 #include "ScreenGamma/QXBigEndian.h"
 #include "Support/ColorProfiles.h"
+#include "Support/Data/NPTestData.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,7 @@ namespace {
 
 QXData brokenProfile(const std::string& name)
 {
-    std::ifstream file(std::string(NP_TEST_DATA) + "/BrokenColorProfiles/" + name, std::ios::binary);
+    std::ifstream file(NPTestDataFile("BrokenColorProfiles/" + name), std::ios::binary);
     EXPECT_TRUE(file) << name;
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
