@@ -20,4 +20,4 @@ std::string NPTableText(const QXDictionary& table);
 std::string NPLocalTimeText(QXDate date, const QXTimeZone& zone);
 
 // The text without control characters.
-std::string NPPrintable(std::string_view text);
+std::string NPPrintable(std::string_view raw);

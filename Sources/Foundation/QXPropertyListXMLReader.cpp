@@ -46,9 +46,9 @@ std::optional<QXValue> integerFromText(std::string_view text)
     const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
     text.remove_prefix(isHexadecimal ? 2 : 0);
     std::uint64_t magnitude = 0;
-    const char* const textEnd = text.data() + text.size();
-    const auto [end, error] = std::from_chars(text.data(), textEnd, magnitude, isHexadecimal ? 16 : 10);
-    if (error != std::errc() || end != textEnd) {
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), magnitude, isHexadecimal ? 16 : 10);
+    if (error != std::errc() || end != text.data() + text.size()) {
         return std::nullopt;
     }
     if (!negative) {
