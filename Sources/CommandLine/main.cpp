@@ -6,6 +6,7 @@
 #include "CommandLine/NPSession.h"
 #include "Foundation/QXSharedScope.h"
 #include "Platform/Linux/NPControlBus.h"
+#include "Platform/Linux/NPResourcesLinux.h"
 #include "Shell/NPLocalControl.h"
 
 #include <algorithm>
@@ -99,5 +100,6 @@ int main(int argc, char** argv)
         std::printf("nightpane-cli %s\n", NPVersion());
         return exitDone;
     }
+    NPInstallStringTables();
     return arguments->command == "run" ? NPRunEngine(*arguments) : runCommand(*arguments);
 }

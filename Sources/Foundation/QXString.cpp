@@ -39,6 +39,26 @@ std::size_t digitsAt(std::string_view text, std::size_t position)
     return end - position;
 }
 
+struct Placeholder {
+    std::size_t length;
+    std::optional<std::size_t> number; // of its argument, from 0; none for the next one
+};
+
+// %@ or %d, with one digit and a dollar sign in between where the argument has a number.
+std::optional<Placeholder> placeholderAt(std::string_view format, std::size_t position)
+{
+    const std::string_view rest = format.substr(position);
+    const auto isKind = [](char c) { return c == '@' || c == 'd'; };
+    if (rest.size() >= 2 && rest[0] == '%' && isKind(rest[1])) {
+        return Placeholder{2, std::nullopt};
+    }
+    if (rest.size() >= 4 && rest[0] == '%' && isDigit(rest[1]) && rest[1] != '0' && rest[2] == '$'
+        && isKind(rest[3])) {
+        return Placeholder{4, static_cast<std::size_t>(rest[1] - '1')};
+    }
+    return std::nullopt;
+}
+
 // digits [. digits] [e [sign] digits], with at least one digit before the exponent.
 bool isUnsignedDecimal(std::string_view text)
 {
@@ -100,15 +120,16 @@ void QXSetStringTables(QXStringTables tables)
 std::string QXFormat(std::string_view format, std::initializer_list<std::string_view> arguments)
 {
     std::string text;
-    const auto* argument = arguments.begin();
-    for (std::size_t i = 0; i < format.size(); ++i) {
-        const bool placeholder =
-            format[i] == '%' && i + 1 < format.size() && (format[i + 1] == '@' || format[i + 1] == 'd');
-        if (placeholder && argument != arguments.end()) {
-            text += *argument++;
-            ++i;
+    std::size_t next = 0;
+    for (std::size_t i = 0; i < format.size();) {
+        const std::optional<Placeholder> placeholder = placeholderAt(format, i);
+        const std::size_t argument = placeholder ? placeholder->number.value_or(next) : arguments.size();
+        if (argument < arguments.size()) {
+            text += arguments.begin()[argument];
+            next += placeholder->number ? 0u : 1u;
+            i += placeholder->length;
         } else {
-            text += format[i];
+            text += format[i++];
         }
     }
     return text;

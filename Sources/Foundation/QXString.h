@@ -16,8 +16,16 @@ std::string QXLocalizedString(std::string_view key, std::string_view table = {})
 using QXStringTables = std::function<std::optional<std::string>(std::string_view key, std::string_view table)>;
 void QXSetStringTables(QXStringTables tables);
 
-// Replaces the placeholders %@ and %d of a format, in order, by the arguments. Placeholders without an
-// argument stay as they are.
+// Marks a text that is looked up elsewhere, where its key is no longer written out: Tools/check-strings finds texts
+// by the names of these two functions.
+constexpr std::string_view QXLocalizable(std::string_view key, std::string_view /*table*/ = {})
+{
+    return key;
+}
+
+// Replaces the placeholders %@ and %d of a format, in order, by the arguments, and %1$@ and its kin by the argument
+// of that number, from 1: another language may want another order. Placeholders without an argument stay as they
+// are.
 std::string QXFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
 
 // A decimal number, with optional sign, fraction and exponent, read whole: "12", "-0.5", "1e3", correctly

@@ -76,8 +76,8 @@ std::string QXScreenSetDescription(const NPDisplayServices& services, const NPDi
     std::string text;
     for (std::size_t i = 0; i < online.size(); ++i) {
         if (std::ranges::find(screens, online[i]) != screens.end()) {
-            const std::string_view format = text.empty() ? "Screen %d" : ", %d";
-            text += QXFormat(QXLocalizedString(format), {std::to_string(i + 1)});
+            const std::string format = text.empty() ? QXLocalizedString("Screen %d") : QXLocalizedString(", %d");
+            text += QXFormat(format, {std::to_string(i + 1)});
         }
     }
     return text.empty() ? QXLocalizedString("No Screen") : text;

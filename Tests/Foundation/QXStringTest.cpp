@@ -37,6 +37,18 @@ TEST(QXFormat, ReplacesPlaceholdersInOrder)
     EXPECT_EQ(QXFormat("%@%@", {"a", "b"}), "ab");
 }
 
+TEST(QXFormat, ReplacesNumberedPlaceholdersInAnyOrder)
+{
+    EXPECT_EQ(QXFormat("%2$@ before %1$@", {"a", "b"}), "b before a");
+    EXPECT_EQ(QXFormat("%1$@ %1$d", {"1"}), "1 1");
+    EXPECT_EQ(QXFormat("%2$@ %@", {"a", "b"}), "b a");
+}
+
+TEST(QXFormat, KeepsNumberedPlaceholdersWithoutAnArgument)
+{
+    EXPECT_EQ(QXFormat("%3$@ %0$@ %1$x %1$", {"a", "b"}), "%3$@ %0$@ %1$x %1$");
+}
+
 TEST(QXFormat, DoesNotLookForPlaceholdersInArguments)
 {
     EXPECT_EQ(QXFormat("%@ %@", {"%@", "b"}), "%@ b");

@@ -1,19 +1,14 @@
 #include "Platform/Linux/NPModuleLinux.h"
 
-#include <dlfcn.h>
-#include <limits.h>
-#include <unistd.h>
+#include "Platform/Linux/NPResourcesLinux.h"
 
-#include <array>
-#include <string_view>
+#include <dlfcn.h>
+#include <unistd.h>
 
 std::vector<std::string> NPModuleFolders()
 {
-    std::array<char, PATH_MAX> path;
-    const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
-    const std::string_view program(path.data(), length < 0 ? 0 : static_cast<std::size_t>(length));
-    const std::string folder(program.substr(0, program.find_last_of('/') + 1)); // empty when the kernel is silent
-    return {folder, folder + "../lib/nightpane/"};
+    const std::string folder = NPProgramFolder();
+    return {folder, folder + NP_MODULE_PATH};
 }
 
 std::expected<void*, std::string> NPLoadModule(const std::vector<std::string>& folders, const char* fileName,

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// Where modules are: in the program's own folder, as built, or in ../lib/nightpane beside it, as installed.
+// Where modules are: in the program's own folder, as built, or in the library folder, as installed.
 std::vector<std::string> NPModuleFolders();
 
 // Loads a module from the first of the folders that has it, for the rest of the program's life, and gives the
