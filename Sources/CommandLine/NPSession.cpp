@@ -39,8 +39,9 @@ public:
         NPDisplayServices& displays = _displays ? static_cast<NPDisplayServices&>(*_displays) : _noDisplays;
         NPColorProfileServices& profiles =
             _displays ? static_cast<NPColorProfileServices&>(*_displays) : _noDisplays;
-        _platform = std::make_unique<NPPlatform>(NPPlatform{_loop, _loop, _loop, _timeZones, _defaults, displays,
-                                                            profiles, _hotKeys, _keyboardLayout, _notifications});
+        _platform =
+            std::make_unique<NPPlatform>(NPPlatform{_loop, _loop, _loop, _timeZones, _defaults, displays, profiles,
+                                                    _hotKeys, _keyboardLayout, _notifications, _workspaceEvents});
     }
 
     const NPPlatform& platform() const override { return *_platform; }
@@ -73,6 +74,7 @@ public:
 
 private:
     QXNotificationCenter _notifications;
+    NPWorkspaceEvents _workspaceEvents;
     NPMainLoopLinux _loop;
     NPUserDefaultsLinux _defaults;
     NPTimeZoneServicesLinux _timeZones;

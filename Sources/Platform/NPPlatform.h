@@ -11,6 +11,7 @@
 #include "Platform/NPTimeZoneServices.h"
 #include "Platform/NPTimerServices.h"
 #include "Platform/NPUserDefaults.h"
+#include "Platform/NPWorkspaceEvents.h"
 
 // References only: the owner of the services outlives everything that is given them.
 struct NPPlatform {
@@ -24,6 +25,7 @@ struct NPPlatform {
     NPHotKeyServices& hotKeys;
     const NPKeyboardLayout& keyboardLayout;
     QXNotificationCenter& notifications; // the default centre
+    NPWorkspaceEvents& workspaceEvents;
 };
 
 // Makes the services those of the current QXSharedScope; the shared instances take them from there. Called

@@ -187,7 +187,8 @@ TEST_F(NPAppControllerTest, LateTimerCountsFromNow)
     LateTimerServices late(platform.clock);
     const NPPlatform services = platform.services();
     launch({services.clock, late, services.mainQueue, services.timeZones, services.defaults, services.displays,
-            services.profiles, services.hotKeys, services.keyboardLayout, services.notifications});
+            services.profiles, services.hotKeys, services.keyboardLayout, services.notifications,
+            services.workspaceEvents});
     platform.clock.advanceTo(at("22:00:04"));
     EXPECT_EQ(state(), "1:G- 2:G-"); // from yesterday
     platform.clock.advanceTo(at("22:00:06"));

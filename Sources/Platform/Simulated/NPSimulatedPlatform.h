@@ -44,12 +44,13 @@ public:
 
     NPPlatform services()
     {
-        return {clock,    clock,    clock,   timeZones,      defaults,
-                displays, displays, hotKeys, keyboardLayout, notifications};
+        return {clock,    clock,   clock,          timeZones,     defaults,       displays,
+                displays, hotKeys, keyboardLayout, notifications, workspaceEvents};
     }
 
     NPActionLog log;
     QXNotificationCenter notifications;
+    NPWorkspaceEvents workspaceEvents;
     NPSimulatedClock clock;
     NPSimulatedDefaults defaults;
     NPSimulatedTimeZones timeZones;

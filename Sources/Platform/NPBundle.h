@@ -1,0 +1,33 @@
+// The program as it is installed: who it is, and the files that came with it.
+#pragma once
+
+#include "Foundation/QXValue.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Keys of the Info dictionary.
+inline constexpr std::string_view CFBundleNameKey = "CFBundleName";                             // "Nightpane"
+inline constexpr std::string_view CFBundleShortVersionStringKey = "CFBundleShortVersionString"; // "1.0"
+inline constexpr std::string_view CFBundleVersionKey = "CFBundleVersion";                       // the build
+inline constexpr std::string_view NSHumanReadableCopyrightKey = "NSHumanReadableCopyright";
+inline constexpr std::string_view SUFeedURLKey = "SUFeedURL";         // the standard update feed; also a setting
+inline constexpr std::string_view SUPublicEDKeyKey = "SUPublicEDKey"; // base64; with it, updates must be signed
+
+class NPBundle {
+public:
+    virtual ~NPBundle() = default;
+
+    virtual std::string bundleIdentifier() const = 0;
+
+    // The folder, or the program, that is the application for people; an absolute path.
+    virtual std::string bundlePath() const = 0;
+
+    virtual const QXDictionary& infoDictionary() const = 0;
+
+    // The content of a file that came with the program, in the language wanted ("de", "zh-Hans"), or the one for
+    // all languages (""). None when there is none.
+    virtual std::optional<QXData> resource(std::string_view name, std::string_view type,
+                                           std::string_view language = {}) const = 0;
+};
