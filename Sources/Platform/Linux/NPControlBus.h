@@ -1,4 +1,5 @@
-// The way between processes: the interface org.nightpane.Nightpane1 on the session bus.
+// What the program does on the session bus: the interface org.nightpane.Nightpane1 between its processes, and
+// the hot keys of desktops that have them to themselves.
 //
 // It lives in a module of its own (nightpane-dbus.so) that is loaded only where there is a session bus, and
 // by the engine only after its first table is on the screen: the D-Bus libraries would otherwise cost every
@@ -7,6 +8,7 @@
 
 #include "Platform/Linux/NPMainLoopLinux.h"
 #include "Platform/NPControl.h"
+#include "Platform/NPHotKeyServices.h"
 
 #include <expected>
 #include <functional>
@@ -39,4 +41,7 @@ public:
     // Takes the well-known name and serves the control there. The error is one line ("the name is taken").
     virtual std::expected<std::unique_ptr<NPControlExport>, std::string> publish(NPControl& control,
                                                                                  NPMainLoopLinux& loop) = 0;
+
+    // Hot keys by the desktop portal. The error is one line.
+    virtual std::expected<std::unique_ptr<NPHotKeyServices>, std::string> openHotKeys(NPMainLoopLinux& loop) = 0;
 };

@@ -3,6 +3,7 @@
 #include "Platform/Linux/DBus/NPControlClientDBus.h"
 #include "Platform/Linux/DBus/NPControlServiceDBus.h"
 #include "Platform/Linux/DBus/NPErrorDBus.h"
+#include "Platform/Linux/DBus/NPHotKeyServicesPortalDBus.h"
 #include "Platform/Linux/NPControlModule.h"
 
 #include <sdbus-c++/sdbus-c++.h>
@@ -20,7 +21,7 @@ constexpr std::chrono::seconds patience{5};
 class NPControlBusDBus final : public NPControlBus {
 public:
     NPControlBusDBus(const NPControlModuleHost& host, const std::string& address)
-        : _host(host), _connection(sdbus::createSessionBusConnectionWithAddress(address))
+        : _host(host), _address(address), _connection(sdbus::createSessionBusConnectionWithAddress(address))
     {
         _connection->setMethodCallTimeout(patience);
     }
@@ -28,11 +29,13 @@ public:
     std::unique_ptr<NPControl> runningInstance() override;
     std::expected<std::unique_ptr<NPControlExport>, std::string> publish(NPControl& control,
                                                                          NPMainLoopLinux& loop) override;
+    std::expected<std::unique_ptr<NPHotKeyServices>, std::string> openHotKeys(NPMainLoopLinux& loop) override;
 
 private:
     std::string _nameOwner() const;
 
     const NPControlModuleHost& _host;
+    const std::string _address;
     const std::shared_ptr<sdbus::IConnection> _connection;
 };
 
@@ -79,6 +82,15 @@ std::expected<std::unique_ptr<NPControlExport>, std::string> NPControlBusDBus::p
             return std::unexpected("the name " + NPBusName + " is taken on the session bus");
         }
         return std::unexpected("the session bus cannot be used: " + NPLineOfException(error));
+    } catch (const std::exception& exception) {
+        return std::unexpected("the session bus cannot be used: " + NPLineOfException(exception));
+    }
+}
+
+std::expected<std::unique_ptr<NPHotKeyServices>, std::string> NPControlBusDBus::openHotKeys(NPMainLoopLinux& loop)
+{
+    try {
+        return std::make_unique<NPHotKeyServicesPortalDBus>(_address, loop, _host);
     } catch (const std::exception& exception) {
         return std::unexpected("the session bus cannot be used: " + NPLineOfException(exception));
     }

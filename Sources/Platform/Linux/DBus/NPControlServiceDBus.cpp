@@ -55,7 +55,9 @@ NPControlServiceDBus::NPControlServiceDBus(std::shared_ptr<sdbus::IConnection> c
     _object->finishRegistration();
     _announcedEffectActive = _effectActive();
     _connection->requestName(NPBusName); // last: whoever sees the name finds everything there
-    _serving = NPServingDBus::start(_connection, loop, host);
+    _serving = NPServingDBus::start(_connection, loop, host, [&host] {
+        host.log("The session bus has gone; commands cannot reach this instance any more");
+    });
 }
 
 // The name is given back without waiting for the bus, which may hang while everything else wants to end.

@@ -22,9 +22,11 @@ std::uint32_t epollEvents(short pollEvents)
 } // namespace
 
 std::shared_ptr<NPServingDBus> NPServingDBus::start(std::shared_ptr<sdbus::IConnection> connection,
-                                                    NPMainLoopLinux& loop, const NPControlModuleHost& host)
+                                                    NPMainLoopLinux& loop, const NPControlModuleHost& host,
+                                                    std::function<void()> lost)
 {
-    const std::shared_ptr<NPServingDBus> serving(new NPServingDBus(std::move(connection), loop, host));
+    const std::shared_ptr<NPServingDBus> serving(
+        new NPServingDBus(std::move(connection), loop, host, std::move(lost)));
     serving->_beforeWaiting = host.watchBeforeWaiting(loop, weakTarget(serving, &NPServingDBus::_prepareToWait));
     serving->_prepareToWait(); // a loop that another one drives may get no turn before a request comes
     return serving;
@@ -84,5 +86,5 @@ void NPServingDBus::_lose()
     _lost = true;
     _beforeWaiting.reset();
     _descriptorWatch.reset();
-    _host.log("The session bus has gone; commands cannot reach this instance any more");
+    _lostHandler();
 }

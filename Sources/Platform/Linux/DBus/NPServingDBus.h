@@ -2,7 +2,7 @@
 // at once, until it is destroyed or the bus goes.
 //
 // It wakes the loop only when the bus has something for us: every call of our own on such a connection is
-// synchronous, so none of their time-outs is ever pending while the loop waits.
+// synchronous or waits without limit, so no time-out is ever pending while the loop waits.
 #pragma once
 
 #include "Platform/Linux/NPControlModule.h"
@@ -10,18 +10,21 @@
 #include <sdbus-c++/sdbus-c++.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 class NPServingDBus : public std::enable_shared_from_this<NPServingDBus> {
 public:
-    // When the bus goes, the host's log gets one line.
+    // The handler is called once, when the bus goes.
     static std::shared_ptr<NPServingDBus> start(std::shared_ptr<sdbus::IConnection> connection,
-                                                NPMainLoopLinux& loop, const NPControlModuleHost& host);
+                                                NPMainLoopLinux& loop, const NPControlModuleHost& host,
+                                                std::function<void()> lost);
 
 private:
     NPServingDBus(std::shared_ptr<sdbus::IConnection> connection, NPMainLoopLinux& loop,
-                  const NPControlModuleHost& host)
-        : _connection(std::move(connection)), _loop(loop), _mainQueue(loop), _host(host)
+                  const NPControlModuleHost& host, std::function<void()> lost)
+        : _connection(std::move(connection)), _loop(loop), _mainQueue(loop), _host(host),
+          _lostHandler(std::move(lost))
     {
     }
 
@@ -34,6 +37,7 @@ private:
     NPMainLoopLinux& _loop;
     NPMainQueue& _mainQueue; // the loop, called through its interface: its class is not in this module
     const NPControlModuleHost& _host;
+    const std::function<void()> _lostHandler;
     NPWatch _beforeWaiting;
     NPWatch _descriptorWatch;
     std::uint32_t _watchedEvents = 0;
