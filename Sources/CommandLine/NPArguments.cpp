@@ -213,6 +213,7 @@ std::string NPUsageText()
             "  hue=30  vividness=40%                      the tint: its colour in degrees, and how much of it\n"
             "  activate=22:00  deactivate=sunrise         a time, sunrise, sunset or off\n"
             "  manual-fade=0.5  timed-fade=2              seconds\n"
+            "  hotkey=ctrl+alt+d                          toggles the effect in any application; or none\n"
             "  screens=1,3                                positions or identifiers, or all\n"
             "  name=TEXT\n"
             "\nWhile an instance runs, commands act through it; otherwise they act themselves.\n"

@@ -1,5 +1,6 @@
 #include "CommandLine/NPCommands.h"
 
+#include "CommandLine/NPHotKeyNames.h"
 #include "CommandLine/NPJSON.h"
 #include "CommandLine/NPTextOutput.h"
 #include "Foundation/QXCalendar.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <strings.h>
 
 namespace {
 
@@ -50,7 +52,8 @@ Result printIdentifier(const NPControlResult<std::string>& identifier)
     return print(*identifier + '\n');
 }
 
-NPControlResult<NPControlSettings> settingsFromWords(const std::vector<std::string>& words)
+NPControlResult<NPControlSettings> settingsFromWords(const std::vector<std::string>& words,
+                                                     const NPKeyboardLayout& layout)
 {
     NPControlSettings settings;
     for (const std::string& word : std::vector<std::string>(words.begin() + 1, words.end())) {
@@ -62,25 +65,55 @@ NPControlResult<NPControlSettings> settingsFromWords(const std::vector<std::stri
             return misuse("setting '" + word.substr(0, equals) + "' is given twice");
         }
     }
-    return settings;
+    return NPSettingsForEngine(std::move(settings), layout);
 }
 
-Result addEffect(const NPArguments& arguments, NPControl& control)
+NPControlResult<QXArray> effects(NPControl& control, const NPCommandContext& context)
 {
-    const auto settings = settingsFromWords(arguments.operands);
+    const NPControlResult<QXArray> list = control.effects();
+    return list ? NPEffectsWithHotKeyNames(*list, context.keyboardLayout) : list;
+}
+
+// Says what a hot key that has just been set is on this keyboard, and whether it works.
+Result printHotKey(const std::string& effect, NPControl& control, const NPCommandContext& context)
+{
+    const NPControlResult<QXArray> list = effects(control, context);
+    if (!list) {
+        return std::unexpected(list.error());
+    }
+    for (const QXValue& item : *list) {
+        const QXDictionary& fields = *item.dictionary();
+        const QXValue* identifier = QXDictionaryValue(fields, "identifier");
+        const QXValue* name = QXDictionaryValue(fields, "name");
+        if (*identifier == QXValue(effect) || ::strcasecmp(name->string()->c_str(), effect.c_str()) == 0) {
+            const std::string hotKey = NPHotKeyText(fields);
+            return print((hotKey.empty() ? "no hot key" : hotKey) + '\n' + NPHotKeyRemark(fields));
+        }
+    }
+    return {};
+}
+
+Result addEffect(const NPArguments& arguments, NPControl& control, const NPCommandContext& context)
+{
+    const auto settings = settingsFromWords(arguments.operands, context.keyboardLayout);
     if (!settings) {
         return std::unexpected(settings.error());
     }
     return printIdentifier(control.addEffect(arguments.operands[0], *settings));
 }
 
-Result setEffect(const NPArguments& arguments, NPControl& control)
+Result setEffect(const NPArguments& arguments, NPControl& control, const NPCommandContext& context)
 {
-    const auto settings = settingsFromWords(arguments.operands);
+    const auto settings = settingsFromWords(arguments.operands, context.keyboardLayout);
     if (!settings) {
         return std::unexpected(settings.error());
     }
-    return control.setEffect(arguments.operands[0], *settings);
+    const Result changed = control.setEffect(arguments.operands[0], *settings);
+    if (!changed || !settings->contains("hotkey")) {
+        return changed;
+    }
+    const auto renamed = settings->find("name");
+    return printHotKey(renamed == settings->end() ? arguments.operands[0] : renamed->second, control, context);
 }
 
 Result importEffect(const NPArguments& arguments, NPControl& control)
@@ -195,7 +228,7 @@ const std::vector<Command>& commands()
     using C = NPControl&;
     using X = const NPCommandContext&;
     static const std::vector<Command> all{
-        {"list", false, false, [](A a, C c, X) { return printResult(a, c.effects(), NPEffectsText); }},
+        {"list", false, false, [](A a, C c, X x) { return printResult(a, effects(c, x), NPEffectsText); }},
         {"screens", false, false,
          [](A a, C c, X x) {
              return printResult(a, c.screens(),
@@ -207,8 +240,8 @@ const std::vector<Command>& commands()
         {"toggle", true, true, [](A a, C c, X) { return c.toggle(a.operands[0], a.fade); }},
         {"on", true, true, [](A, C c, X) { return c.setEffectActive(true); }},
         {"off", true, true, [](A, C c, X) { return c.setEffectActive(false); }},
-        {"new", true, false, [](A a, C c, X) { return addEffect(a, c); }},
-        {"set", true, true, [](A a, C c, X) { return setEffect(a, c); }},
+        {"new", true, false, [](A a, C c, X x) { return addEffect(a, c, x); }},
+        {"set", true, true, [](A a, C c, X x) { return setEffect(a, c, x); }},
         {"rename", true, false, [](A a, C c, X) { return c.renameEffect(a.operands[0], a.operands[1]); }},
         {"duplicate", true, false, [](A a, C c, X) { return printIdentifier(c.duplicateEffect(a.operands[0])); }},
         {"remove", true, true, [](A a, C c, X) { return c.removeEffect(a.operands[0]); }},

@@ -4,6 +4,7 @@
 
 #include "CommandLine/NPArguments.h"
 #include "Platform/NPControl.h"
+#include "Platform/NPKeyboardLayout.h"
 #include "Sunset & Sunrise/NPSunriseSunsetCalculator.h"
 
 // Whether the command changes what the screens show, and so needs displays that are being driven.
@@ -17,6 +18,7 @@ struct NPCommandContext {
     const QXTimeZone& timeZone;
     const NPClock& clock;
     NPUserDefaults& defaults;
+    const NPKeyboardLayout& keyboardLayout;
 };
 
 // Prints the result on standard output.

@@ -67,6 +67,8 @@ public:
         _observe();
     }
 
+    const std::shared_ptr<NPControlBus>& bus() const { return _bus; } // nullptr when there is none
+
 private:
     void _observe()
     {
@@ -134,10 +136,13 @@ int serve(NPSession& session, const EndSignals& signals, NPDisplayGuard* guard)
     const auto narrator = std::make_shared<NPNarrator>(session.platform(), *sharedScreenManager());
     narrator->start();
     NPLocalControl control(session.platform(), *sharedEffectManager(), *sharedScreenManager(), *sharedCalculator(),
-                           {NPVersion(), session.platformName(), ::getpid(), true});
+                           {NPVersion(), session.platformName(), ::getpid(), true}, controller.get());
     BusPresence presence(session, control);
     if (session.isReal()) {
-        session.loop().performOnMain([&] { presence.publish(); });
+        session.loop().performOnMain([&] {
+            presence.publish();
+            session.openHotKeys(presence.bus());
+        });
     }
     session.run();
 

@@ -2,12 +2,15 @@
 
 #include "CommandLine/NPSimulatedSession.h"
 #include "Effects/NPEffectTimer.h"
+#include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayServicesX11.h"
+#include "Platform/Linux/NPHotKeyServicesLinux.h"
+#include "Platform/Linux/NPHotKeyServicesX11.h"
+#include "Platform/Linux/NPKeyboardLayoutLinux.h"
 #include "Platform/Linux/NPSettingsFolder.h"
 #include "Platform/Linux/NPTimeZoneServicesLinux.h"
 #include "Platform/Linux/NPUserDefaultsLinux.h"
 #include "Platform/Simulated/NPSimulatedDisplays.h"
-#include "Platform/Simulated/NPSimulatedHotKeys.h"
 
 #include <cstdlib>
 
@@ -16,8 +19,8 @@ namespace {
 // The machine itself: its clocks and settings, and the displays of its X server, or none.
 class LinuxSession final : public NPSession {
 public:
-    LinuxSession()
-        : _loop(_notifications),
+    explicit LinuxSession(bool isX11Asked)
+        : _isX11Asked(isX11Asked), _loop(_notifications),
           _defaults(NPSettingsFolder(std::getenv("XDG_CONFIG_HOME"), std::getenv("HOME")), _loop, _notifications),
           _timeZones(_loop, _notifications)
     {
@@ -51,6 +54,22 @@ public:
     void run() override { _loop.run(); }
     void stop() override { _loop.stop(); }
 
+    void openHotKeys(const std::shared_ptr<NPControlBus>& bus) override
+    {
+        // X programs of a Wayland session see the keys of X programs only.
+        const char* const wayland = std::getenv("WAYLAND_DISPLAY");
+        const bool isWaylandSession = !_isX11Asked && wayland != nullptr && *wayland != '\0';
+        _hotKeys.open([this, bus, isWaylandSession]() -> NPHotKeyServicesLinux::Adapter {
+            if (!isWaylandSession) {
+                return NPHotKeyServicesX11::open("", _loop);
+            }
+            if (!bus) {
+                return std::unexpected("there is no session bus to ask the desktop for them");
+            }
+            return bus->openHotKeys(_loop);
+        });
+    }
+
     void onDisplaysLost(std::function<void()> handler) override
     {
         if (_displays) {
@@ -73,6 +92,7 @@ public:
     }
 
 private:
+    bool _isX11Asked; // by the user, whatever the session looks like
     QXNotificationCenter _notifications;
     NPWorkspaceEvents _workspaceEvents;
     NPMainLoopLinux _loop;
@@ -80,8 +100,8 @@ private:
     NPTimeZoneServicesLinux _timeZones;
     NPActionLog _log;
     NPSimulatedDisplays _noDisplays{_log}; // a set without any display: harmless, the last choice
-    NPSimulatedHotKeys _hotKeys{_log};
-    NPUSKeyboardLayout _keyboardLayout;
+    NPHotKeyServicesLinux _hotKeys;
+    NPKeyboardLayoutLinux _keyboardLayout;
     std::unique_ptr<NPDisplayServicesX11> _displays;
     std::unique_ptr<NPPlatform> _platform;
 };
@@ -94,7 +114,7 @@ std::expected<std::unique_ptr<NPSession>, std::string> NPSession::open(const NPA
     if (arguments.platform.starts_with("simulated")) {
         return NPOpenSimulatedSession(arguments.platform);
     }
-    auto session = std::make_unique<LinuxSession>();
+    auto session = std::make_unique<LinuxSession>(arguments.platform == "x11");
     if (need != NPDisplayNeed::none) {
         const auto opened = session->openDisplays(guard);
         if (!opened && (need == NPDisplayNeed::required || arguments.platform == "x11")) {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+class NPControlBus;
 class NPDisplayGuard;
 
 // What a program wants of the displays.
@@ -33,6 +34,10 @@ public:
 
     // Whether the displays are the user's own: then one engine at a time drives them.
     virtual bool isReal() const = 0;
+
+    // Lets hot keys be registered from now on: in a Wayland session with the desktop, over the session bus, which
+    // may be nullptr; otherwise with the X server.
+    virtual void openHotKeys(const std::shared_ptr<NPControlBus>& bus) = 0;
 
     // Called when the displays have gone for good.
     virtual void onDisplaysLost(std::function<void()> handler) = 0;

@@ -26,6 +26,7 @@ public:
     NPMainLoopLinux& loop() override { return _loop; }
     std::string platformName() const override { return "simulated"; }
     bool isReal() const override { return false; }
+    void openHotKeys(const std::shared_ptr<NPControlBus>&) override {} // they always can
     void onDisplaysLost(std::function<void()>) override {} // they never are
     void stop() override { _stopped = true; }
     void wait(double seconds) override { _world.clock.advance(seconds); }

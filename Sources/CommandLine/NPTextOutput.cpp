@@ -1,5 +1,6 @@
 #include "CommandLine/NPTextOutput.h"
 
+#include "CommandLine/NPHotKeyNames.h"
 #include "Foundation/QXCalendar.h"
 #include "Foundation/QXString.h"
 
@@ -114,16 +115,20 @@ std::string NPLocalTimeText(QXDate date, const QXTimeZone& zone)
 
 std::string NPEffectsText(const QXArray& effects)
 {
-    std::vector<Row> rows{{"Effect", "State", "Does", "Activates", "Deactivates", "Screens", "Identifier"}};
+    std::vector<Row> rows{
+        {"Effect", "State", "Does", "Activates", "Deactivates", "Hot key", "Screens", "Identifier"}};
+    std::string remarks;
     for (const QXValue& effect : effects) {
         const QXDictionary& fields = *effect.dictionary();
         const QXValue* settings = QXDictionaryValue(fields, "settings");
         const QXDictionary& texts = *settings->dictionary();
         const std::string others = text(texts, "clear-others") == "on" ? ", clears others" : "";
         rows.push_back({text(fields, "name"), text(fields, "state"), effectSummary(texts), text(texts, "activate"),
-                        text(texts, "deactivate"), text(texts, "screens") + others, text(fields, "identifier")});
+                        text(texts, "deactivate"), NPHotKeyText(fields), text(texts, "screens") + others,
+                        text(fields, "identifier")});
+        remarks += NPHotKeyRemark(fields);
     }
-    return tableText(rows);
+    return tableText(rows) + remarks;
 }
 
 std::string NPScreensText(const QXArray& screens, const QXTimeZone& zone)

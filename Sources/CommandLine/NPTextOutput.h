@@ -7,7 +7,7 @@
 
 #include <string>
 
-std::string NPEffectsText(const QXArray& effects);
+std::string NPEffectsText(const QXArray& effects); // with NPEffectsWithHotKeyNames
 std::string NPScreensText(const QXArray& screens, const QXTimeZone& zone);
 std::string NPStatusText(const QXDictionary& status);
 std::string NPLocationText(const QXDictionary& location);

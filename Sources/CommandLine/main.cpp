@@ -34,6 +34,11 @@ void waitForFades(NPSession& session, const NPScreenManager& screenManager)
     }
 }
 
+NPCommandContext contextOf(const NPPlatform& platform)
+{
+    return {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults, platform.keyboardLayout};
+}
+
 // With no instance to ask, the command does the work itself, and what it switches on stays on.
 int performHere(const NPArguments& arguments, NPSession& session)
 {
@@ -46,8 +51,7 @@ int performHere(const NPArguments& arguments, NPSession& session)
         screenManager->setScreenManagementEnabled(session.platform().defaults.boolForKey(NPEffectActiveKey));
     }
     const NPPlatform& platform = session.platform();
-    const NPControlResult<void> result = NPPerformCommand(
-        arguments, control, {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults});
+    const NPControlResult<void> result = NPPerformCommand(arguments, control, contextOf(platform));
     waitForFades(session, *screenManager);
     const bool closed = session.close();
     return result && !closed ? exitFailed : exitCode(result);
@@ -56,8 +60,7 @@ int performHere(const NPArguments& arguments, NPSession& session)
 int performThere(const NPArguments& arguments, NPSession& session, NPControl& instance)
 {
     const NPPlatform& platform = session.platform();
-    return exitCode(NPPerformCommand(arguments, instance,
-                                     {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults}));
+    return exitCode(NPPerformCommand(arguments, instance, contextOf(platform)));
 }
 
 int runCommand(const NPArguments& arguments)

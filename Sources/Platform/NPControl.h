@@ -30,7 +30,9 @@ public:
     virtual ~NPControl() = default;
 
     // An array of dictionaries: "identifier", "name", "state" ("on", "off", "mixed"), "settings" (a
-    // dictionary of texts in the form of NPControlSettings), "nextActivation", "nextDeactivation".
+    // dictionary of texts in the form of NPControlSettings), "nextActivation", "nextDeactivation", and "hotKey"
+    // when it has one: a dictionary of "keyCode" (virtual), "modifierFlags", "refusal" (why it does not work)
+    // and "trigger" (what has to be pressed, in the desktop's words, where the desktop decides it).
     virtual NPControlResult<QXArray> effects() = 0;
 
     // An array of dictionaries: "number" (from 1), "identifier", "name", "main", "effect" (the name of what

@@ -1,6 +1,7 @@
 #include "Shell/NPAppController.h"
 
 #include "Foundation/QXWeakTarget.h"
+#include "HotKey/JXKeyNames.h"
 #include "Screens/NPProfileManager.h"
 #include "Sunset & Sunrise/NPSunriseSunsetCalculator.h"
 
@@ -51,6 +52,7 @@ void NPAppController::applicationDidFinishLaunching()
     _screenManager.setColorProfileManagementEnabled(_platform.defaults.boolForKey(NPApplyToColorProfileKey));
     _globalEffect = _effectManager.groups().front();
     _setInitialSwitch();
+    updateHotKey();
     refreshTimerActivationDeactivation();
     _observe();
     if (_effectManager.createdFirstEffectOnInitialization()) {
@@ -97,12 +99,14 @@ void NPAppController::_observe()
             refreshTimerActivationDeactivation();
         });
     }
+    _hotKeySubscription = _platform.hotKeys.installHandlers({{}, {}, [this] { updateHotKey(); }});
     _displaySubscription = _platform.displays.registerReconfigurationCallback(
         [this](NPDisplayID display, std::uint32_t flags) { _displayDidChange(display, flags); });
 }
 
 void NPAppController::_defaultsDidChange()
 {
+    updateHotKey();
     setEffectActive(_platform.defaults.boolForKey(NPEffectActiveKey), false);
     _screenManager.setColorProfileManagementEnabled(_platform.defaults.boolForKey(NPApplyToColorProfileKey));
 }
@@ -149,6 +153,71 @@ void NPAppController::_applyTimerFired(NPEffectTimer&)
 void NPAppController::updateEffect()
 {
     _screenManager.updateEffect();
+}
+
+// The registered hot keys keep the controller, and hold the groups that they are for.
+void NPAppController::updateHotKey()
+{
+    const std::shared_ptr<NPAppController> held = shared_from_this(); // nobody but the hot keys may have it
+    sharedHotKeyCenter()->unregisterAllHotKeys();
+    _hotKeyRefusals.clear();
+    const NPEffectGroupList groups = _effectManager.groups();
+    for (const std::shared_ptr<NPEffectGroup>& group : groups) {
+        if (const std::optional<JXHotKey> hotKey = group->hotKey()) {
+            _registerHotKey(group, *hotKey);
+        }
+    }
+}
+
+void NPAppController::_registerHotKey(const std::shared_ptr<NPEffectGroup>& group, const JXHotKey& hotKey)
+{
+    static const JXHotKeyAction toggle("toggleSpecificEffectByHotKey:effect:",
+                                       &NPAppController::toggleSpecificEffectByHotKey);
+    const JXHotKeyRegistered registered = sharedHotKeyCenter()->registerHotKeyWithKeyCode(
+        hotKey.keyCode(), hotKey.modifierFlags(), shared_from_this(), toggle, group,
+        NPHotKeyLabel{group->identifier(), group->name()});
+    if (registered) {
+        return;
+    }
+    const NPEffectGroup* other = _groupWithSameKeysBefore(*group, hotKey);
+    _hotKeyRefusals[group.get()] = other ? "effect '" + other->name() + "' has it" : registered.error();
+}
+
+// The one earlier in the list that has been registered for the same keys; nullptr for none.
+const NPEffectGroup* NPAppController::_groupWithSameKeysBefore(const NPEffectGroup& group,
+                                                               const JXHotKey& hotKey) const
+{
+    const auto keys = [](const JXHotKey& of) {
+        return std::pair(of.keyCode(), JXCarbonModifierFlags(of.modifierFlags()) & ~JXCarbonCapsLockMask);
+    };
+    for (const std::shared_ptr<NPEffectGroup>& other : _effectManager.groups()) {
+        if (other.get() == &group) {
+            break;
+        }
+        const std::optional<JXHotKey> others = other->hotKey();
+        if (others && keys(*others) == keys(hotKey) && !hotKeyRefusal(*other)) {
+            return other.get();
+        }
+    }
+    return nullptr;
+}
+
+void NPAppController::toggleSpecificEffectByHotKey(const JXKeyEvent&, const std::shared_ptr<NPEffectGroup>& effect)
+{
+    _screenManager.toggleEffectGroup(effect, NPTransitionKind::manual, _platform.clock.now());
+}
+
+std::optional<std::string> NPAppController::hotKeyRefusal(const NPEffectGroup& group) const
+{
+    const auto found = _hotKeyRefusals.find(&group);
+    return found == _hotKeyRefusals.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::string> NPAppController::hotKeyTrigger(const NPEffectGroup& group) const
+{
+    const JXHotKeySet registered = sharedHotKeyCenter()->hotKeysMatchingPredicate(
+        [&](const JXHotKey& hotKey) { return hotKey.object().get() == &group; });
+    return registered.empty() ? std::nullopt : _platform.hotKeys.trigger({.id = registered.front()->hotKeyID()});
 }
 
 void NPAppController::_displayDidChange(NPDisplayID, std::uint32_t flags)

@@ -1,10 +1,11 @@
 // The conductor: the global switch, the activation and deactivation timers of every group, the periodic
-// rewriting of the tables, and the reactions to changed settings and displays. It does no gamma work itself;
-// every change goes to the screen manager. Main thread only.
+// rewriting of the tables, the hot keys of every group, and the reactions to changed settings and displays. It
+// does no gamma work itself; every change goes to the screen manager. Main thread only.
 #pragma once
 
 #include "Effects/NPEffectManager.h"
 #include "Effects/NPEffectTimer.h"
+#include "HotKey/JXHotKeyCenter.h"
 #include "Screens/NPScreenManager.h"
 
 #include <map>
@@ -12,15 +13,15 @@
 
 // Settings keys. All but the last are registered with defaults; NPEffectActiveKey (see NPScreenManager) is
 // not, and reads as false while absent.
-inline constexpr std::string_view NPActivateAtLaunchKey = "ActivateAtLaunch";       // true: on at every launch
+inline constexpr std::string_view NPActivateAtLaunchKey = "ActivateAtLaunch"; // true: on at every launch
 inline constexpr std::string_view NPApplyToColorProfileKey = "ApplyToColorProfile"; // true
-inline constexpr std::string_view NPContinuouslyApplyKey = "ContinuouslyApply";     // true: rewrite every 6 s
+inline constexpr std::string_view NPContinuouslyApplyKey = "ContinuouslyApply"; // true: rewrite every 6 s
 
-class NPAppController : public std::enable_shared_from_this<NPAppController> {
+class NPAppController : public JXHotKeyTarget, public std::enable_shared_from_this<NPAppController> {
 public:
     // Holds the references for its lifetime. Make it with std::make_shared: its timers hold it weakly.
     NPAppController(const NPPlatform& platform, NPEffectManager& effectManager, NPScreenManager& screenManager);
-    ~NPAppController();
+    ~NPAppController() override;
 
     // Start-up: the switch, the timers, the observers; on a first run the default group is activated.
     void applicationDidFinishLaunching();
@@ -44,6 +45,19 @@ public:
 
     void updateEffect(); // the current tables, written again
 
+    // Registers the hot key of every group anew, with the shared centre: at launch, when any setting or what
+    // the platform can register has changed.
+    void updateHotKey();
+
+    // What a group's hot key does.
+    void toggleSpecificEffectByHotKey(const JXKeyEvent& hotKey, const std::shared_ptr<NPEffectGroup>& effect);
+
+    // Why the group's hot key does not work, in a few words; none when it does, or there is none.
+    std::optional<std::string> hotKeyRefusal(const NPEffectGroup& group) const;
+
+    // What has to be pressed for it, in the desktop's own words; none where it is what the group says.
+    std::optional<std::string> hotKeyTrigger(const NPEffectGroup& group) const;
+
     // Pending timers by group, to look at; none for a group without an upcoming date.
     std::shared_ptr<NPEffectTimer> activationTimer(const NPEffectGroup& group) const;
     std::shared_ptr<NPEffectTimer> deactivationTimer(const NPEffectGroup& group) const;
@@ -53,6 +67,8 @@ private:
     using TimerTable = std::map<const NPEffectGroup*, std::shared_ptr<NPEffectTimer>>;
 
     void _initDefaults();
+    void _registerHotKey(const std::shared_ptr<NPEffectGroup>& group, const JXHotKey& hotKey);
+    const NPEffectGroup* _groupWithSameKeysBefore(const NPEffectGroup& group, const JXHotKey& hotKey) const;
     void _setInitialSwitch();
     void _observe();
     void _defaultsDidChange();
@@ -73,6 +89,8 @@ private:
     NPScreenManager& _screenManager;
     QXNotificationObserver _observer;
     NPDisplaySubscription _displaySubscription;
+    NPHotKeySubscription _hotKeySubscription;
+    std::map<const NPEffectGroup*, std::string> _hotKeyRefusals;
     std::shared_ptr<NPEffectGroup> _globalEffect;
     std::shared_ptr<NPEffectTimer> _continuousApplyTimer;
     std::shared_ptr<NPEffectTimer> _delayedUpdateTimer;

@@ -1,6 +1,7 @@
 #include "Shell/NPEffectSettings.h"
 
 #include "Foundation/QXString.h"
+#include "HotKey/JXHotKeyWords.h"
 
 #include <algorithm>
 #include <cmath>
@@ -162,6 +163,15 @@ Parsed parseFade(std::string_view text, void (NPEffectGroup::*set)(double))
     return [=](NPEffectGroup& group) { (group.*set)(*seconds); };
 }
 
+Parsed parseHotKey(std::string_view text)
+{
+    const auto hotKey = JXHotKeyFromWords(text, NPUSKeyboardLayout());
+    if (!hotKey) {
+        return expectedText(hotKey.error());
+    }
+    return [hotKey = *hotKey](NPEffectGroup& group) { group.setHotKey(hotKey); };
+}
+
 Parsed parseScreens(std::string_view text, const NPDisplayList& online)
 {
     if (text == "all") {
@@ -229,6 +239,7 @@ constexpr Setting settingTable[] = {
      [](std::string_view text) { return parseFade(text, &NPEffectGroup::setManualTransitionDuration); }},
     {"timed-fade",
      [](std::string_view text) { return parseFade(text, &NPEffectGroup::setTimerTransitionDuration); }},
+    {"hotkey", parseHotKey},
 };
 
 // None when there is no such setting.
@@ -309,6 +320,7 @@ NPControlSettings NPEffectSettingsOfGroup(const NPEffectGroup& group)
         {"deactivate", timerDescription(group.deactivationTimerKind(), group.deactivationTime())},
         {"manual-fade", singleDescription(group.manualTransitionDuration())},
         {"timed-fade", singleDescription(group.timerTransitionDuration())},
+        {"hotkey", JXWordsFromHotKey(group.hotKey(), NPUSKeyboardLayout())},
         {"screens", screensDescription(group.affectedScreenSet())},
     };
 }

@@ -7,6 +7,8 @@
 //   vividness      how much of the other colours goes: off, 40%, or a fraction of 1
 //   activate, deactivate                              off | 22:30 | sunrise | sunset
 //   manual-fade, timed-fade                           seconds, 0 to 3600
+//   hotkey         none, or a combination such as ctrl+alt+d (see JXHotKeyWords.h); characters name keys by
+//                  their place on a US keyboard, so that the text means the same in every process
 //   screens        all, or positions and identifiers separated by commas: 1,3
 #pragma once
 

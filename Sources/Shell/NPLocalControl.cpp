@@ -56,9 +56,9 @@ QXArray samples(const QXGammaTable::Channel& channel, std::uint32_t count)
 
 NPLocalControl::NPLocalControl(const NPPlatform& platform, NPEffectManager& effectManager,
                                NPScreenManager& screenManager, NPSunriseSunsetCalculator& calculator,
-                               NPProcessDescription process)
+                               NPProcessDescription process, const NPAppController* controller)
     : _platform(platform), _effectManager(effectManager), _screenManager(screenManager), _calculator(calculator),
-      _process(std::move(process))
+      _process(std::move(process)), _controller(controller)
 {
 }
 
@@ -87,6 +87,24 @@ QXDictionary NPLocalControl::_effectDescription(const NPEffectGroup& group) cons
     const QXDate now = _platform.clock.now();
     insertDate(description, "nextActivation", group.upcommingActivationDateAfterDate(now));
     insertDate(description, "nextDeactivation", group.upcommingDeactivationDateAfterDate(now));
+    if (const std::optional<JXHotKey> hotKey = group.hotKey()) {
+        description.emplace("hotKey", _hotKeyDescription(group, *hotKey));
+    }
+    return description;
+}
+
+QXDictionary NPLocalControl::_hotKeyDescription(const NPEffectGroup& group, const JXHotKey& hotKey) const
+{
+    QXDictionary description{{"keyCode", hotKey.keyCode()}, {"modifierFlags", hotKey.modifierFlags()}};
+    const auto insert = [&](std::string_view key, const std::optional<std::string>& text) {
+        if (text) {
+            description.emplace(key, *text);
+        }
+    };
+    if (_controller) {
+        insert("refusal", _controller->hotKeyRefusal(group));
+        insert("trigger", _controller->hotKeyTrigger(group));
+    }
     return description;
 }
 

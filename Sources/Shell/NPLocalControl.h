@@ -6,6 +6,7 @@
 #include "Effects/NPEffectManager.h"
 #include "Platform/NPControl.h"
 #include "Screens/NPScreenManager.h"
+#include "Shell/NPAppController.h"
 #include "Sunset & Sunrise/NPSunriseSunsetCalculator.h"
 
 // What status() says of the process.
@@ -18,9 +19,10 @@ struct NPProcessDescription {
 
 class NPLocalControl final : public NPControl {
 public:
-    // Holds the references for its lifetime.
+    // Holds the references for its lifetime. The controller is that of the running instance.
     NPLocalControl(const NPPlatform& platform, NPEffectManager& effectManager, NPScreenManager& screenManager,
-                   NPSunriseSunsetCalculator& calculator, NPProcessDescription process);
+                   NPSunriseSunsetCalculator& calculator, NPProcessDescription process,
+                   const NPAppController* controller = nullptr);
 
     NPControlResult<QXArray> effects() override;
     NPControlResult<QXArray> screens() override;
@@ -54,6 +56,7 @@ private:
     NPControlResult<Request> _request(const std::string& effect, const std::string& fade) const;
     NPControlResult<NPDisplayID> _screen(const std::string& screen) const;
     NPDisplayList _onlineDisplays() const;
+    QXDictionary _hotKeyDescription(const NPEffectGroup& group, const JXHotKey& hotKey) const;
     QXDictionary _effectDescription(const NPEffectGroup& group) const;
     QXDictionary _screenDescription(NPDisplayID screen, std::size_t position) const;
 
@@ -62,6 +65,7 @@ private:
     NPScreenManager& _screenManager;
     NPSunriseSunsetCalculator& _calculator;
     NPProcessDescription _process;
+    const NPAppController* _controller;
 };
 
 // The next and previous sunrise and sunset: "at", "latitude", "longitude", "guessed", "nextSunrise",

@@ -44,9 +44,9 @@ TEST(NPTextOutput, ColumnsCountCharactersNotBytes)
                                                               {"screens", "all"}}}});
     };
     EXPECT_EQ(NPEffectsText({effect("Größe", "30%"), effect("Night", "off")}),
-              "Effect  State  Does     Activates  Deactivates  Screens  Identifier\n"
-              "Größe   on     dim 30%  off        off          all      I\n"
-              "Night   on     nothing  off        off          all      I\n");
+              "Effect  State  Does     Activates  Deactivates  Hot key  Screens  Identifier\n"
+              "Größe   on     dim 30%  off        off                   all      I\n"
+              "Night   on     nothing  off        off                   all      I\n");
 }
 
 TEST(NPTextOutput, NamesCannotMoveTheCursor)

@@ -28,7 +28,7 @@ TEST_F(NPEffectSettingsTest, DescribesTheDefaultsOfAnEmptyGroup)
                                      {"hdtv", "off"},        {"clear-others", "off"}, {"dim", "off"},
                                      {"hue", "30"},          {"vividness", "off"},    {"activate", "off"},
                                      {"deactivate", "off"},  {"manual-fade", "0.5"},  {"timed-fade", "2"},
-                                     {"screens", "all"}};
+                                     {"hotkey", "none"},     {"screens", "all"}};
     EXPECT_EQ(NPEffectSettingsOfGroup(*group), expected);
 }
 
@@ -46,7 +46,8 @@ TEST_F(NPEffectSettingsTest, EveryDescriptionCanBeSetAgain)
                        {"deactivate", "6:05"},
                        {"manual-fade", "1.25"},
                        {"timed-fade", "60"},
-                       {"screens", "2,1"}}),
+                       {"screens", "2,1"},
+                       {"hotkey", "shift+super+f5"}}),
               "");
     const NPControlSettings settings = NPEffectSettingsOfGroup(*group);
     EXPECT_EQ(settings.at("deactivate"), "06:05");
@@ -132,6 +133,24 @@ TEST_F(NPEffectSettingsTest, FadesAreSecondsWithinAnHour)
     EXPECT_NE(errorOf({{"manual-fade", "3601"}}), "");
     EXPECT_NE(errorOf({{"manual-fade", "-1"}}), "");
     EXPECT_NE(errorOf({{"manual-fade", "nan"}}), "");
+}
+
+TEST_F(NPEffectSettingsTest, HotKeyIsSetInWords)
+{
+    ASSERT_EQ(errorOf({{"hotkey", "Ctrl+Alt+D"}}), "");
+    EXPECT_EQ(group->hotKey(), JXHotKey(2, NPControlFlag | NPOptionFlag));
+    EXPECT_EQ(described("hotkey"), "ctrl+alt+d");
+    ASSERT_EQ(errorOf({{"hotkey", "none"}}), "");
+    EXPECT_EQ(group->hotKey(), std::nullopt);
+    EXPECT_EQ(described("hotkey"), "none");
+}
+
+TEST_F(NPEffectSettingsTest, HotKeyThatIsNoneChangesNothingAndIsExplained)
+{
+    EXPECT_EQ(errorOf({{"hotkey", "ctl+d"}}),
+              "setting 'hotkey': 'ctl+d' is not a combination such as ctrl+alt+d, or none (there is no modifier "
+              "\"ctl\")");
+    EXPECT_EQ(group->hotKey(), std::nullopt);
 }
 
 } // namespace

@@ -197,4 +197,33 @@ TEST_F(NPLocalControlTest, ListsFailInOneLineWhenTheScreensCannotBeListed)
     EXPECT_TRUE(control().effects());
 }
 
+TEST_F(NPLocalControlTest, EffectTellsItsHotKey)
+{
+    ASSERT_TRUE(control().addEffect("Night", {{"hotkey", "ctrl+alt+d"}}));
+    const QXArray effects = *control().effects();
+    EXPECT_EQ(QXDictionaryValue(*effects.front().dictionary(), "hotKey"), nullptr);
+    EXPECT_EQ(*QXDictionaryValue(*effects.back().dictionary(), "hotKey"),
+              QXValue(QXDictionary{{"keyCode", 2}, {"modifierFlags", 0xC0000}}));
+}
+
+TEST_F(NPLocalControlTest, EffectOfARunningInstanceTellsWhyItsHotKeyDoesNotWorkAndWhatToPress)
+{
+    platform.hotKeys.take(3, NPHotKeyControlMask);
+    ASSERT_TRUE(control().addEffect("Night", {{"hotkey", "ctrl+d"}}));
+    ASSERT_TRUE(control().addEffect("Day", {{"hotkey", "ctrl+f"}}));
+    const std::string night = text(control().effects()->at(1), "identifier");
+    platform.hotKeys.triggers[night] = "Press X";
+    const auto controller =
+        std::make_shared<NPAppController>(platform.services(), *sharedEffectManager(), *sharedScreenManager());
+    controller->applicationDidFinishLaunching();
+    NPLocalControl running(platform.services(), *sharedEffectManager(), *sharedScreenManager(),
+                           *sharedCalculator(), NPProcessDescription{"1.2.3", "simulated", 42, true},
+                           controller.get());
+    const QXArray effects = *running.effects();
+    EXPECT_EQ(text(*QXDictionaryValue(*effects.at(1).dictionary(), "hotKey"), "trigger"), "Press X");
+    EXPECT_EQ(text(*QXDictionaryValue(*effects.at(1).dictionary(), "hotKey"), "refusal"), "");
+    EXPECT_EQ(text(*QXDictionaryValue(*effects.at(2).dictionary(), "hotKey"), "refusal"),
+              "another program has it");
+}
+
 } // namespace
