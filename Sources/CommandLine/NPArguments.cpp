@@ -1,5 +1,6 @@
 #include "CommandLine/NPArguments.h"
 
+#include "Engine/NPSession.h"
 #include "Foundation/QXString.h"
 
 #include <algorithm>
@@ -52,12 +53,6 @@ bool looksLikeOption(std::string_view word)
 {
     const bool isNumber = word.size() > 1 && (word[1] == '.' || (word[1] >= '0' && word[1] <= '9'));
     return word.size() > 1 && word[0] == '-' && !isNumber; // "-" alone is a file, "-33.9" a latitude
-}
-
-bool isPlatform(std::string_view text)
-{
-    return text == "auto" || text == "x11" || text == "simulated"
-           || (text.starts_with("simulated:") && text.size() > std::string_view("simulated:").size());
 }
 
 using Result = std::expected<NPArguments, std::string>;
@@ -121,7 +116,7 @@ private:
         const std::string value = equals == std::string::npos ? _words[++_next] : _words[_next].substr(equals + 1);
         if (name == "--platform") {
             _arguments.platform = value;
-            if (!isPlatform(value)) {
+            if (!NPIsPlatformName(value)) {
                 _error = "'" + value + "' is not a platform; expected auto, x11, simulated or simulated:FILE";
             }
             return;

@@ -1,9 +1,10 @@
 // nightpane-cli: the engine and its commands.
 #include "CommandLine/NPArguments.h"
 #include "CommandLine/NPCommands.h"
-#include "CommandLine/NPEngine.h"
-#include "CommandLine/NPInstanceLock.h"
-#include "CommandLine/NPSession.h"
+#include "CommandLine/NPRunCommand.h"
+#include "Engine/NPEngine.h"
+#include "Engine/NPInstanceLock.h"
+#include "Engine/NPSession.h"
 #include "Foundation/QXSharedScope.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPResourcesLinux.h"
@@ -78,7 +79,7 @@ int runCommand(const NPArguments& arguments)
         }
     }
     const auto session =
-        NPSession::open(arguments, instance ? NPDisplayNeed::none : NPDisplayNeed::wanted, nullptr);
+        NPSession::open(arguments.platform, instance ? NPDisplayNeed::none : NPDisplayNeed::wanted, nullptr);
     if (!session) {
         NPPrintError(session.error());
         return exitFailed;
@@ -104,5 +105,5 @@ int main(int argc, char** argv)
         return exitDone;
     }
     NPInstallStringTables();
-    return arguments->command == "run" ? NPRunEngine(*arguments) : runCommand(*arguments);
+    return arguments->command == "run" ? NPRunCommand(*arguments) : runCommand(*arguments);
 }

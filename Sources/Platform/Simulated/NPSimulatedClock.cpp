@@ -203,7 +203,7 @@ void NPSimulatedClock::advance(double seconds)
         timer->fire(_monotonic, now());
         _serveMainQueue();
     }
-    _monotonic = end;
+    _monotonic = std::max(_monotonic, end); // a handler may have let more time pass
     _pauses->passTo(_monotonic);
 }
 

@@ -1,7 +1,7 @@
-#include "CommandLine/NPSession.h"
+#include "Engine/NPSession.h"
 
-#include "CommandLine/NPSimulatedSession.h"
 #include "Effects/NPEffectTimer.h"
+#include "Engine/NPSimulatedSession.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayServicesX11.h"
 #include "Platform/Linux/NPHotKeyServicesLinux.h"
@@ -51,8 +51,7 @@ public:
     NPMainLoopLinux& loop() override { return _loop; }
     std::string platformName() const override { return _displays ? "x11" : "none"; }
     bool isReal() const override { return true; }
-    void run() override { _loop.run(); }
-    void stop() override { _loop.stop(); }
+    void begin(std::function<void()>) override {} // it always passes, and the world stays
 
     void openHotKeys(const std::shared_ptr<NPControlBus>& bus) override
     {
@@ -108,16 +107,22 @@ private:
 
 } // namespace
 
-std::expected<std::unique_ptr<NPSession>, std::string> NPSession::open(const NPArguments& arguments,
+bool NPIsPlatformName(std::string_view text)
+{
+    return text == "auto" || text == "x11" || text == "simulated"
+           || (text.starts_with("simulated:") && text.size() > std::string_view("simulated:").size());
+}
+
+std::expected<std::unique_ptr<NPSession>, std::string> NPSession::open(const std::string& platform,
                                                                        NPDisplayNeed need, NPDisplayGuard* guard)
 {
-    if (arguments.platform.starts_with("simulated")) {
-        return NPOpenSimulatedSession(arguments.platform);
+    if (platform.starts_with("simulated")) {
+        return NPOpenSimulatedSession(platform);
     }
-    auto session = std::make_unique<LinuxSession>(arguments.platform == "x11");
+    auto session = std::make_unique<LinuxSession>(platform == "x11");
     if (need != NPDisplayNeed::none) {
         const auto opened = session->openDisplays(guard);
-        if (!opened && (need == NPDisplayNeed::required || arguments.platform == "x11")) {
+        if (!opened && (need == NPDisplayNeed::required || platform == "x11")) {
             return std::unexpected(opened.error());
         }
     }

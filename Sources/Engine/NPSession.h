@@ -1,7 +1,6 @@
-// The platform that one invocation of the program runs on: its services, and how time passes there.
+// The platform that a program runs on: its services, and how time passes there.
 #pragma once
 
-#include "CommandLine/NPArguments.h"
 #include "Platform/Linux/NPMainLoopLinux.h"
 #include "Platform/NPPlatform.h"
 
@@ -9,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 class NPControlBus;
 class NPDisplayGuard;
@@ -20,10 +20,13 @@ enum class NPDisplayNeed {
     none,
 };
 
+// Whether it names a platform: "auto", "x11", "simulated" or "simulated:FILE".
+bool NPIsPlatformName(std::string_view text);
+
 class NPSession {
 public:
-    // Picks the platform that the arguments ask for. The error is one line.
-    static std::expected<std::unique_ptr<NPSession>, std::string> open(const NPArguments& arguments,
+    // Picks the platform by its name. The error is one line.
+    static std::expected<std::unique_ptr<NPSession>, std::string> open(const std::string& platform,
                                                                        NPDisplayNeed need, NPDisplayGuard* guard);
 
     virtual ~NPSession() = default;
@@ -42,11 +45,11 @@ public:
     // Called when the displays have gone for good.
     virtual void onDisplaysLost(std::function<void()> handler) = 0;
 
-    // Lets time pass until stop() is called, or until the world ends.
-    virtual void run() = 0;
-    virtual void stop() = 0;
+    // From now on time passes while the loop is served. The handler is called when the world ends, which only a
+    // simulated one does.
+    virtual void begin(std::function<void()> worldEnds) = 0;
 
-    // Lets so many seconds pass.
+    // Lets so many seconds pass. Not after begin().
     virtual void wait(double seconds) = 0;
 
     // Writes the settings. False when that failed; one line in the log says why.

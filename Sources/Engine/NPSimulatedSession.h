@@ -1,7 +1,7 @@
 // A session on simulated displays and clocks.
 #pragma once
 
-#include "CommandLine/NPSession.h"
+#include "Engine/NPSession.h"
 
 // "simulated": two displays, in real time, with settings that end with the process. "simulated:FILE": the
 // world of a scenario file (see NPSimulatedScenario), whose settings are written back to it when the session

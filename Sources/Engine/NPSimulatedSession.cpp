@@ -1,4 +1,4 @@
-#include "CommandLine/NPSimulatedSession.h"
+#include "Engine/NPSimulatedSession.h"
 
 #include "Foundation/QXLog.h"
 #include "Foundation/QXPropertyList.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int frameMilliseconds = 10; // how often simulated time catches up with real time
+constexpr std::uint64_t frameNanoseconds = 10'000'000; // how often simulated time catches up with real time
 
 class SimulatedSession final : public NPSession {
 public:
@@ -28,22 +28,15 @@ public:
     bool isReal() const override { return false; }
     void openHotKeys(const std::shared_ptr<NPControlBus>&) override {} // they always can
     void onDisplaysLost(std::function<void()>) override {} // they never are
-    void stop() override { _stopped = true; }
     void wait(double seconds) override { _world.clock.advance(seconds); }
 
-    void run() override
+    void begin(std::function<void()> worldEnds) override
     {
-        double served = _loop.monotonicTime();
-        while (!_stopped && !(_end && _world.clock.now() >= *_end)) {
-            _loop.processEvents(frameMilliseconds);
-            const double now = _loop.monotonicTime();
-            double passing = (now - served) * _speed;
-            if (_end) {
-                passing = std::clamp(_end->timeIntervalSince(_world.clock.now()), 0.0, passing);
-            }
-            _world.clock.advance(passing);
-            served = now;
-        }
+        _worldEnds = std::move(worldEnds);
+        _served = _loop.monotonicTime();
+        _frames = _loop.makeMonotonicTimer(frameNanoseconds, frameNanoseconds, 0);
+        _frames->setEventHandler([this] { _catchUp(); });
+        _frames->resume();
     }
 
     bool close() override
@@ -62,12 +55,30 @@ public:
     }
 
 private:
-    NPMainLoopLinux _loop; // for signals; simulated time has its own timers
+    void _catchUp()
+    {
+        const double now = _loop.monotonicTime();
+        double passing = (now - _served) * _speed;
+        if (_end) {
+            passing = std::clamp(_end->timeIntervalSince(_world.clock.now()), 0.0, passing);
+        }
+        _served = now;
+        _world.clock.advance(passing);
+        if (_end && _world.clock.now() >= *_end && !_isOver) {
+            _isOver = true;
+            _worldEnds();
+        }
+    }
+
+    NPMainLoopLinux _loop; // real; simulated time has its own timers
     NPSimulatedPlatform _world;
     NPPlatform _platform;
     double _speed;
     std::optional<QXDate> _end;
-    bool _stopped = false;
+    std::function<void()> _worldEnds;
+    double _served = 0.0; // up to when time has passed, in real seconds
+    std::shared_ptr<NPTimerSource> _frames;
+    bool _isOver = false;
     std::string _file; // empty: nothing is written back
     QXDictionary _fileContent;
     std::vector<std::shared_ptr<NPTimerSource>> _events;

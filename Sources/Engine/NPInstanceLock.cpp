@@ -1,4 +1,4 @@
-#include "CommandLine/NPInstanceLock.h"
+#include "Engine/NPInstanceLock.h"
 
 #include "Platform/Linux/NPSettingsFolder.h"
 

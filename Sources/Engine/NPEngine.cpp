@@ -1,27 +1,19 @@
-#include "CommandLine/NPEngine.h"
+#include "Engine/NPEngine.h"
 
-#include "CommandLine/NPInstanceLock.h"
-#include "CommandLine/NPNarrator.h"
-#include "CommandLine/NPSession.h"
 #include "Foundation/QXLog.h"
-#include "Foundation/QXSharedScope.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayGuard.h"
-#include "Shell/NPAppController.h"
-#include "Shell/NPLocalControl.h"
 
 #include <csignal>
 #include <cstdio>
 #include <sys/epoll.h>
 #include <sys/signalfd.h>
 
-namespace {
-
 // The signals that end the engine, taken from a descriptor instead of by a handler: blocked from the start,
 // so that none is lost or kills a half-started engine.
-class EndSignals {
+class NPEndSignals {
 public:
-    EndSignals()
+    NPEndSignals()
     {
         sigset_t signals;
         ::sigemptyset(&signals);
@@ -44,9 +36,9 @@ private:
 };
 
 // The running instance's face to other programs. It is put up after the first table is on the screen.
-class BusPresence {
+class NPEnginePresence {
 public:
-    BusPresence(NPSession& session, NPControl& control) : _session(session), _control(control) {}
+    NPEnginePresence(NPSession& session, NPControl& control) : _session(session), _control(control) {}
 
     void publish()
     {
@@ -107,88 +99,93 @@ private:
     bool _active = false;
 };
 
-// The displays first: what is on the disk can wait, what is on the screen cannot.
-bool giveDisplaysBack(NPSession& session, NPAppController& controller, NPDisplayGuard* guard)
+NPEngine::NPEngine(std::unique_ptr<NPDisplayGuard> guard, std::unique_ptr<NPEndSignals> signals,
+                   std::optional<NPInstanceLock> lock, std::unique_ptr<NPSession> session)
+    : _guard(std::move(guard)), _signals(std::move(signals)), _lock(std::move(lock)), _session(std::move(session))
 {
-    controller.applicationWillTerminate();
-    session.platform().displays.restoreColorSyncSettings();
-    const bool restored = session.platform().displays.finishWriting();
-    if (restored && guard) {
-        guard->goodbye();
-    }
-    return restored;
+    const NPPlatform& platform = _session->platform();
+    NPInstallPlatform(platform);
+    _controller = std::make_shared<NPAppController>(platform, *sharedEffectManager(), *sharedScreenManager());
+    _control = std::make_unique<NPLocalControl>(
+        platform, *sharedEffectManager(), *sharedScreenManager(), *sharedCalculator(),
+        NPProcessDescription{NPVersion(), _session->platformName(), ::getpid(), true}, _controller.get());
 }
 
-int serve(NPSession& session, const EndSignals& signals, NPDisplayGuard* guard)
+NPEngine::~NPEngine() = default;
+
+std::expected<std::unique_ptr<NPEngine>, NPEngineFailure> NPEngine::start(const std::string& platform,
+                                                                          NPDisplayNeed need)
 {
-    QXSharedScope scope;
-    NPInstallPlatform(session.platform());
-    const auto controller =
-        std::make_shared<NPAppController>(session.platform(), *sharedEffectManager(), *sharedScreenManager());
-    controller->applicationDidFinishLaunching();
-
-    bool displaysLost = false;
-    session.onDisplaysLost([&] {
-        displaysLost = true;
-        session.stop();
-    });
-    const NPWatch watch = signals.watch(session.loop(), [&] { session.stop(); });
-    const auto narrator = std::make_shared<NPNarrator>(session.platform(), *sharedScreenManager());
-    narrator->start();
-    NPLocalControl control(session.platform(), *sharedEffectManager(), *sharedScreenManager(), *sharedCalculator(),
-                           {NPVersion(), session.platformName(), ::getpid(), true}, controller.get());
-    BusPresence presence(session, control);
-    if (session.isReal()) {
-        session.loop().performOnMain([&] {
-            presence.publish();
-            session.openHotKeys(presence.bus());
-        });
-    }
-    session.run();
-
-    if (displaysLost) {
-        NPPrintError("the display server has gone");
-        session.close();
-        return 1;
-    }
-    const bool restored = giveDisplaysBack(session, *controller, guard);
-    return session.close() && restored ? 0 : 1;
-}
-
-} // namespace
-
-int NPRunEngine(const NPArguments& arguments)
-{
-    const bool isReal = !arguments.platform.starts_with("simulated");
+    const bool isReal = !platform.starts_with("simulated");
     // Before anything else, so that no moment is unguarded and the guard holds no more memory than it needs.
-    const std::unique_ptr<NPDisplayGuard> guard = isReal ? NPDisplayGuard::start() : nullptr;
-    const EndSignals signals;
+    std::unique_ptr<NPDisplayGuard> guard = isReal ? NPDisplayGuard::start() : nullptr;
+    const auto failed = [&](bool isRunning, std::string message) {
+        if (guard) {
+            guard->goodbye();
+        }
+        return std::unexpected(NPEngineFailure{isRunning, std::move(message)});
+    };
+    auto signals = std::make_unique<NPEndSignals>();
     std::optional<NPInstanceLock> lock;
     if (isReal) {
         auto taken = NPInstanceLock::take();
         if (!taken) {
-            NPPrintError(taken.error());
-            if (guard) {
-                guard->goodbye();
-            }
-            return 1;
+            return failed(NPInstanceLock::holder().has_value(), taken.error());
         }
         lock = std::move(*taken);
     }
-    const auto session = NPSession::open(arguments, NPDisplayNeed::required, guard.get());
+    auto session = NPSession::open(platform, need, guard.get());
     if (!session) {
-        NPPrintError(session.error());
-        if (guard) {
-            guard->goodbye();
-        }
-        return 1;
+        return failed(false, session.error());
     }
-    return serve(**session, signals, guard.get());
+    return std::unique_ptr<NPEngine>(
+        new NPEngine(std::move(guard), std::move(signals), std::move(lock), std::move(*session)));
 }
 
-void NPPrintError(const std::string& message)
+void NPEngine::launch()
 {
-    std::fputs(("nightpane-cli: " + message + '\n').c_str(), stderr);
+    _controller->applicationDidFinishLaunching();
+}
+
+void NPEngine::serve(std::function<void()> end)
+{
+    _session->onDisplaysLost([this, end] {
+        _displaysLost = true;
+        end();
+    });
+    _signalWatch = _signals->watch(_session->loop(), end);
+    _presence = std::make_unique<NPEnginePresence>(*_session, *_control);
+    if (_session->isReal()) {
+        _session->loop().performOnMain([this] {
+            _presence->publish();
+            _session->openHotKeys(_presence->bus());
+        });
+    }
+    _session->begin(end);
+}
+
+bool NPEngine::finish()
+{
+    bool restored = false;
+    if (_displaysLost) {
+        QXLog("the display server has gone");
+    } else {
+        restored = _giveDisplaysBack();
+    }
+    return _session->close() && restored;
+}
+
+// The displays first: what is on the disk can wait, what is on the screen cannot.
+bool NPEngine::_giveDisplaysBack()
+{
+    _controller->applicationWillTerminate();
+    NPDisplayServices& displays = _session->platform().displays;
+    displays.restoreColorSyncSettings();
+    const bool restored = displays.finishWriting();
+    if (restored && _guard) {
+        _guard->goodbye();
+    }
+    return restored;
 }
 
 const char* NPVersion()

@@ -1,0 +1,28 @@
+#include "CommandLine/NPRunCommand.h"
+
+#include "CommandLine/NPNarrator.h"
+#include "Engine/NPEngine.h"
+
+#include <cstdio>
+
+int NPRunCommand(const NPArguments& arguments)
+{
+    const auto started = NPEngine::start(arguments.platform, NPDisplayNeed::required);
+    if (!started) {
+        NPPrintError(started.error().message);
+        return 1;
+    }
+    NPEngine& engine = **started;
+    engine.launch();
+    NPMainLoopLinux& loop = engine.session().loop();
+    const auto narrator = std::make_shared<NPNarrator>(engine.session().platform(), *sharedScreenManager());
+    narrator->start();
+    engine.serve([&loop] { loop.stop(); });
+    loop.run();
+    return engine.finish() ? 0 : 1;
+}
+
+void NPPrintError(const std::string& message)
+{
+    std::fputs(("nightpane-cli: " + message + '\n').c_str(), stderr);
+}
