@@ -41,6 +41,21 @@ TEST_F(NPStringTableSourceTest, LogsWhatIsNoFile)
     EXPECT_TRUE(log[0].starts_with((folder / "de/Localizable.strings: ").string())) << log[0];
 }
 
+TEST(NPStringTables, CanAllBeRead)
+{
+    const QXStringTableSource source = NPStringTableSource(NP_TEST_STRINGS);
+    int count = 0;
+    for (const auto& file : std::filesystem::recursive_directory_iterator(NP_TEST_STRINGS)) {
+        if (file.is_regular_file()) {
+            const auto content = source(file.path().parent_path().filename(), file.path().stem());
+            const auto table = QXStringTable::tableWithText(content.value_or("none"));
+            EXPECT_TRUE(table) << file.path() << ": " << table.error();
+            ++count;
+        }
+    }
+    EXPECT_GE(count, 5); // languages
+}
+
 TEST(NPProgramFolder, IsWhereTheRunningProgramLies)
 {
     EXPECT_TRUE(std::filesystem::exists(NPProgramFolder() + "nightpane-linux-tests"));
