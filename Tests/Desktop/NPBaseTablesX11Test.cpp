@@ -225,6 +225,26 @@ TEST_F(NPBaseTablesX11, CommandThatLeavesATableOnLeavesTheRecord)
     EXPECT_TRUE(QXGammaTableEqual(baseTableOf(*open()), NPTestRecordOf(ownTable)));
 }
 
+TEST_F(NPBaseTablesX11, IsChangedFromTheFirstChangeUntilTheOwnTableIsBack)
+{
+    const auto displays = open();
+    baseTableOf(*displays);
+    EXPECT_FALSE(displays->isChanged());
+    showHalf(*displays);
+    EXPECT_TRUE(displays->isChanged());
+    displays->restoreColorSyncSettings();
+    EXPECT_FALSE(displays->isChanged());
+}
+
+TEST_F(NPBaseTablesX11, IsChangedByAnEarlierRun)
+{
+    crashOn(server);
+    const auto displays = open();
+    EXPECT_TRUE(displays->isChanged());
+    displays->restoreColorSyncSettings();
+    EXPECT_FALSE(open()->isChanged());
+}
+
 TEST_F(NPBaseTablesX11, BrokenRecordIsNotBelieved)
 {
     const std::string name = recordName(randr, "screen");

@@ -137,6 +137,11 @@ bool NPCrtcTablesX11::write(xcb_randr_crtc_t identifier, const QXGammaTable& tab
     return !_connection.isLost();
 }
 
+bool NPCrtcTablesX11::isChanged() const
+{
+    return std::ranges::any_of(_crtcs, [](const auto& entry) { return entry.second.isChanged; });
+}
+
 bool NPCrtcTablesX11::holdsTables() const
 {
     return std::ranges::any_of(_crtcs, [](const auto& entry) { return entry.second.isHeld; });

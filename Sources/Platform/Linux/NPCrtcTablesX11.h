@@ -46,6 +46,9 @@ public:
     // ones, until sendHeldTables(). False when there is no such table or the connection is lost.
     bool write(xcb_randr_crtc_t crtc, const QXGammaTable& table);
 
+    // Whether a CRTC shows another table than its own, or may do so, left by this run or an earlier one.
+    bool isChanged() const;
+
     bool holdsTables() const;
     void sendHeldTables(); // as far as the server takes them without waiting
 

@@ -25,6 +25,7 @@ public:
     bool isLost() const { return _connection.isLost(); }
     const NPDisplayListX11& displays() const { return _displays; }
     NPCrtcTablesX11& tables() { return _tables; }
+    const NPCrtcTablesX11& tables() const { return _tables; }
     bool finishWriting();
 
     NPDisplaySubscription addCallback(NPDisplayReconfigurationCallback callback);

@@ -121,6 +121,11 @@ void NPDisplayServicesX11::restoreColorSyncSettings()
     _server->finishWriting();
 }
 
+bool NPDisplayServicesX11::isChanged() const
+{
+    return _server->tables().isChanged();
+}
+
 bool NPDisplayServicesX11::finishWriting()
 {
     return _server->finishWriting();

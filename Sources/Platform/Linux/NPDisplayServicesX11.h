@@ -48,6 +48,9 @@ public:
     // of those that another run of the program has left changed.
     void restoreColorSyncSettings() override;
 
+    // Whether a CRTC shows another table than its own, left by this run or an earlier one.
+    bool isChanged() const;
+
     bool finishWriting() override;
     [[nodiscard]] NPDisplaySubscription
     registerReconfigurationCallback(NPDisplayReconfigurationCallback callback) override;
