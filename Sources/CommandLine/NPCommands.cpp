@@ -99,6 +99,9 @@ Result addEffect(const NPArguments& arguments, NPControl& control, const NPComma
     if (!settings) {
         return std::unexpected(settings.error());
     }
+    if (settings->contains("name")) {
+        return misuse("the name is given twice: '" + arguments.operands[0] + "' and '" + settings->at("name") + "'");
+    }
     return printIdentifier(control.addEffect(arguments.operands[0], *settings));
 }
 
@@ -119,7 +122,7 @@ Result setEffect(const NPArguments& arguments, NPControl& control, const NPComma
 Result importEffect(const NPArguments& arguments, NPControl& control)
 {
     const std::string& file = arguments.operands[0];
-    const auto data = NPReadFile(file);
+    const auto data = NPReadFile(file == "-" ? "/dev/stdin" : file, NPEffectFileSizeLimit);
     if (!data) {
         return failure(file + ": " + data.error());
     }

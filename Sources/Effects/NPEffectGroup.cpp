@@ -167,7 +167,9 @@ NPDisplayList NPEffectGroup::affectedScreenSet() const
     NPDisplayList screens;
     screens.reserve(sorted.size());
     for (const QXValue& screen : sorted) {
-        screens.push_back(static_cast<NPDisplayID>(*screen.integer()));
+        const auto identifier = static_cast<NPDisplayID>(*screen.integer());
+        // A number that is no display's stays in the list, so that the list does not mean all screens.
+        screens.push_back(QXValue(identifier) == screen ? identifier : 0);
     }
     return screens;
 }

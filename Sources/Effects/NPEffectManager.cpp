@@ -43,6 +43,7 @@ std::shared_ptr<NPEffectGroup> NPEffectManager::addNewGroup()
     auto group = std::make_shared<NPEffectGroup>(_environment);
     _groups.push_back(group);
     group->setName(QXLocalizedString("New Effect")); // the announcement saves, the new group included
+    _postGroupsDidChange();
     return group;
 }
 
@@ -52,6 +53,7 @@ std::shared_ptr<NPEffectGroup> NPEffectManager::duplicateGroupAtIndex(std::size_
     auto group = std::make_shared<NPEffectGroup>(_environment, *original->dictionary().dictionary(), true);
     _groups.insert(_groups.begin() + static_cast<std::ptrdiff_t>(index) + 1, group);
     group->setName(QXFormat(QXLocalizedString("%@ copy"), {original->name()}));
+    _postGroupsDidChange();
     return group;
 }
 
@@ -60,6 +62,7 @@ std::shared_ptr<NPEffectGroup> NPEffectManager::addGroupWithDictionary(QXDiction
     auto group = std::make_shared<NPEffectGroup>(_environment, std::move(settings), true);
     _groups.push_back(group);
     saveGroups();
+    _postGroupsDidChange();
     return group;
 }
 
@@ -69,6 +72,7 @@ std::shared_ptr<NPEffectGroup> NPEffectManager::removeGroupAtIndex(std::size_t i
     const std::shared_ptr<NPEffectGroup> group = _groups.at(index);
     _groups.erase(_groups.begin() + static_cast<std::ptrdiff_t>(index));
     saveGroups();
+    _postGroupsDidChange();
     return group;
 }
 
@@ -85,6 +89,11 @@ void NPEffectManager::saveGroups()
         dictionaries.push_back(group->dictionary());
     }
     _defaults.setObject(std::move(dictionaries), NPEffectGroupsKey);
+}
+
+void NPEffectManager::_postGroupsDidChange()
+{
+    _environment.notifications.postNotification(NPEffectManagerGroupsDidChangeNotification, this);
 }
 
 std::shared_ptr<NPEffectManager> sharedEffectManager()

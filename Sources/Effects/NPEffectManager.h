@@ -10,6 +10,10 @@
 #include <memory>
 #include <vector>
 
+// Posted with the manager as object when a group has come into the list or gone from it, after that has been saved.
+inline constexpr std::string_view NPEffectManagerGroupsDidChangeNotification =
+    "NPEffectManagerGroupsDidChangeNotification";
+
 inline constexpr std::string_view NPEffectGroupsKey = "NPEffectGroups";
 
 using NPEffectGroupList = std::vector<std::shared_ptr<NPEffectGroup>>;
@@ -40,6 +44,7 @@ public:
 
 private:
     void _loadGroups();
+    void _postGroupsDidChange();
 
     NPUserDefaults& _defaults;
     NPEffectEnvironment _environment;

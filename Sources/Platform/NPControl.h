@@ -9,6 +9,7 @@
 
 #include "Foundation/QXValue.h"
 
+#include <cstddef>
 #include <expected>
 #include <map>
 #include <optional>
@@ -24,6 +25,9 @@ template<class Value> using NPControlResult = std::expected<Value, NPControlErro
 // Settings of an effect as people write them, for example {"dim", "30%"}; the documentation of the keys is
 // with NPEffectSettings.
 using NPControlSettings = std::map<std::string, std::string>;
+
+// No effect file is larger, in bytes.
+inline constexpr std::size_t NPEffectFileSizeLimit = std::size_t{1} << 20;
 
 class NPControl {
 public:

@@ -93,8 +93,9 @@ void NPAppController::_setInitialSwitch()
 void NPAppController::_observe()
 {
     for (const std::string_view name :
-         {NPEffectGroupDidChangeNotification, NPSunriseSunsetCalculatorLocationChanged,
-          NPSystemTimeZoneDidChangeNotification, NPSystemClockDidChangeNotification}) {
+         {NPEffectGroupDidChangeNotification, NPEffectManagerGroupsDidChangeNotification,
+          NPSunriseSunsetCalculatorLocationChanged, NPSystemTimeZoneDidChangeNotification,
+          NPSystemClockDidChangeNotification}) {
         _platform.notifications.addObserver(_observer, std::string(name), nullptr, [this](const QXNotification&) {
             refreshTimerActivationDeactivation();
         });

@@ -148,6 +148,9 @@ Parsed parseTimerSetting(std::string_view text, void (NPEffectGroup::*setKind)(N
     }
     return [=](NPEffectGroup& group) {
         if (timer->time) {
+            // Hour and minute are announced one after the other. No timer may run at the time between, which
+            // nobody asked for and which may lie in the past.
+            (group.*setKind)(NPEffectTimerKind::NPEffectTimerKindNone);
             (group.*setTime)(*timer->time);
         }
         (group.*setKind)(timer->kind);
@@ -323,6 +326,29 @@ NPControlSettings NPEffectSettingsOfGroup(const NPEffectGroup& group)
         {"hotkey", JXWordsFromHotKey(group.hotKey(), NPUSKeyboardLayout())},
         {"screens", screensDescription(group.affectedScreenSet())},
     };
+}
+
+QXDictionary NPEffectSettingsWithinRanges(QXDictionary settings)
+{
+    constexpr struct {
+        std::string_view key;
+        double least;
+        double most;
+        double neutral; // for what is not a number
+    } ranges[] = {{NPDimLevelKey, -darkest, 0.0, 0.0},
+                  {NPColorFilterHueKey, 0.0, fullTurn, 0.0},
+                  {NPColorFilterVividnessKey, 0.0, 1.0, 0.0}};
+    for (const auto& range : ranges) {
+        const QXValue* stored = QXDictionaryValue(settings, range.key);
+        if (stored && stored->isNumber()) {
+            const double value = stored->real().value_or(range.neutral);
+            const double within = std::isnan(value) ? range.neutral : std::clamp(value, range.least, range.most);
+            if (within != value) {
+                settings.insert_or_assign(std::string(range.key), QXValue(within));
+            }
+        }
+    }
+    return settings;
 }
 
 NPControlResult<void> NPApplyEffectSettings(NPEffectGroup& group, const NPControlSettings& settings,

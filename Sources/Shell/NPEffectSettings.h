@@ -19,6 +19,11 @@
 // edited file) are shown as they are.
 NPControlSettings NPEffectSettingsOfGroup(const NPEffectGroup& group);
 
+// The dictionary of an effect that comes from outside, with its numbers where a slider would put them: dim at
+// most 95 %, hue 0 to 360 degrees, vividness 0 to 1; what is no number of that kind is left to the getters.
+// An effect that a stranger wrote must not blacken the screen on which it could be undone.
+QXDictionary NPEffectSettingsWithinRanges(QXDictionary settings);
+
 // Changes the group, or changes nothing and says in one line which setting is wrong. Positions of screens
 // count in the given list of online displays.
 NPControlResult<void> NPApplyEffectSettings(NPEffectGroup& group, const NPControlSettings& settings,

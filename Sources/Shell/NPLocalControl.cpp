@@ -10,7 +10,7 @@
 namespace {
 
 // Far within what the settings file, which will hold the effect among others, can hold.
-constexpr QXPropertyListLimits effectFileLimits{.bytes = 1 << 20, .depth = 32, .nodes = 10000};
+constexpr QXPropertyListLimits effectFileLimits{.bytes = NPEffectFileSizeLimit, .depth = 32, .nodes = 10000};
 
 std::unexpected<NPControlError> failure(std::string message)
 {
@@ -245,9 +245,25 @@ NPControlResult<void> NPLocalControl::removeEffect(const std::string& effect)
     if (_effectManager.groups().size() == 1) {
         return failure("the last effect cannot be removed");
     }
-    const Group removed = _effectManager.removeGroupAtIndex(*index);
-    _screenManager.deactivateEffectGroup(removed, NPTransitionKind::manual, _platform.clock.now());
+    _clearEffectFromScreens(_effectManager.groups()[*index]);
+    _effectManager.removeGroupAtIndex(*index);
     return {};
+}
+
+// Only where it is on: deactivating an effect of all screens overwrites what is recorded of any other.
+void NPLocalControl::_clearEffectFromScreens(const Group& group)
+{
+    QXArray screens;
+    for (const NPDisplayID screen : _onlineDisplays()) {
+        const auto entry = NPScreenStateForScreen(_platform.defaults, screen);
+        if (entry && entry->active && entry->groupIdentifier == group->identifier()) {
+            screens.emplace_back(screen);
+        }
+    }
+    if (!screens.empty()) {
+        group->setAffectedScreenSet(std::move(screens));
+        _screenManager.deactivateEffectGroup(group, NPTransitionKind::manual, _platform.clock.now());
+    }
 }
 
 NPControlResult<std::string> NPLocalControl::importEffect(const QXData& file)
@@ -259,7 +275,8 @@ NPControlResult<std::string> NPLocalControl::importEffect(const QXData& file)
     if (!settings->dictionary()) {
         return failure("not an effect file: it holds no dictionary of settings");
     }
-    return _effectManager.addGroupWithDictionary(*settings->dictionary())->identifier();
+    return _effectManager.addGroupWithDictionary(NPEffectSettingsWithinRanges(*settings->dictionary()))
+        ->identifier();
 }
 
 NPControlResult<QXData> NPLocalControl::exportEffect(const std::string& effect)

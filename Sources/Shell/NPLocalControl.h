@@ -56,6 +56,7 @@ private:
     NPControlResult<Request> _request(const std::string& effect, const std::string& fade) const;
     NPControlResult<NPDisplayID> _screen(const std::string& screen) const;
     NPDisplayList _onlineDisplays() const;
+    void _clearEffectFromScreens(const Group& group);
     QXDictionary _hotKeyDescription(const NPEffectGroup& group, const JXHotKey& hotKey) const;
     QXDictionary _effectDescription(const NPEffectGroup& group) const;
     QXDictionary _screenDescription(NPDisplayID screen, std::size_t position) const;

@@ -353,6 +353,16 @@ TEST_F(NPEffectGroupTest, AffectedScreensComeSortedAndAreStoredAsGiven)
     EXPECT_EQ(group->affectedScreenSet(), (NPDisplayList{2, 10, 4294967295U}));
 }
 
+// 4294967297 is no display's number, and cutting it to 32 bits would make it display 1.
+TEST_F(NPEffectGroupTest, NumbersThatAreNoDisplaysMatchNone)
+{
+    group->setAffectedScreenSet({1.5, -1, 4294967297});
+    for (const NPDisplayID screen : {1U, 2U, 4294967295U}) {
+        EXPECT_FALSE(group->affectsScreen(screen)) << screen;
+    }
+    EXPECT_EQ(group->affectedScreenSet().size(), 3U);
+}
+
 TEST_F(NPEffectGroupTest, ScreenSetWithAnythingButNumbersIsDiscardedWhole)
 {
     group->setAffectedScreenSet({1, "x"});

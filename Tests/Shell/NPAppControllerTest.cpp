@@ -264,18 +264,22 @@ TEST_F(NPAppControllerTest, TimersGoOnWhileTheSwitchIsOff)
     EXPECT_EQ(white(1), 0.5F);
 }
 
-TEST_F(NPAppControllerTest, PendingTimerOfARemovedGroupStillFires)
+TEST_F(NPAppControllerTest, TimersOfARemovedGroupNeverFireAndKeepNothing)
 {
-    storeGroups({dimming("G", -0.5F), dimming("H", -0.75F, timed("22:00", ""))});
+    storeGroups({dimming("G", -0.5F), dimming("H", -0.75F, timed("22:00", "11:00"))});
     launch();
     const std::weak_ptr<NPEffectGroup> removed = sharedEffectManager()->removeGroupAtIndex(1);
+    EXPECT_TRUE(removed.expired());
+    platform.clock.advanceTo(at("22:00:05"));
+    EXPECT_EQ(white(1), 1.0F);
+}
+
+TEST_F(NPAppControllerTest, TimersOfANewGroupAreArmedAtOnce)
+{
+    launchWith({});
+    sharedEffectManager()->addGroupWithDictionary(dimming("H", -0.75F, timed("22:00", "11:00")));
     platform.clock.advanceTo(at("22:00:05"));
     EXPECT_EQ(white(1), 0.25F);
-    EXPECT_EQ(state(), "AllScreens:H+");
-    EXPECT_TRUE(controller->activationTimer(*removed.lock()) != nullptr); // and the next is armed
-    groupAt(0)->setName("Night");
-    manager().activateEffectGroup(groupAt(0), NPTransitionKind::none, now());
-    EXPECT_TRUE(removed.expired()); // nobody holds it any more
 }
 
 TEST_F(NPAppControllerTest, TablesAreWrittenAgainEverySixSecondsWhileOn)

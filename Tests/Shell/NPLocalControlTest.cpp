@@ -137,6 +137,33 @@ TEST_F(NPLocalControlTest, RemovingAnEffectThatIsOnClearsItFromTheScreens)
     EXPECT_EQ(control().removeEffect("Default Effect").error().message, "the last effect cannot be removed");
 }
 
+// A stranger's file must not blacken the screen on which it could be undone.
+TEST_F(NPLocalControlTest, ImportedNumbersComeToWhereTheSlidersEnd)
+{
+    const QXDictionary hostile{{"NPEffectName", "Black"}, {"Dim", true},
+                               {"DimLevel", -50.0},       {"ColorFilter", true},
+                               {"ColorFilterHue", -30.0}, {"ColorFilterVividness", 7},
+                               {"Unknown", "kept"}};
+    ASSERT_TRUE(control().importEffect(QXPropertyListXMLData(hostile).value()));
+    const QXValue effect = control().effects()->back();
+    const QXValue* settings = QXDictionaryValue(*effect.dictionary(), "settings");
+    EXPECT_EQ(text(*settings, "dim"), "95%");
+    EXPECT_EQ(text(*settings, "hue"), "0");
+    EXPECT_EQ(text(*settings, "vividness"), "100%");
+    EXPECT_EQ(sharedEffectManager()->groups().back()->objectForKey("Unknown"), QXValue("kept"));
+    ASSERT_TRUE(control().activate("Black", "none"));
+    EXPECT_GT(white(101), 0.04F);
+}
+
+TEST_F(NPLocalControlTest, ImportedNumbersWithinTheRangesAreKeptToTheBit)
+{
+    const QXDictionary usual{{"Dim", true}, {"DimLevel", -0.3000000119}, {"ColorFilterHue", 360.0}};
+    ASSERT_TRUE(control().importEffect(QXPropertyListXMLData(usual).value()));
+    const auto& group = sharedEffectManager()->groups().back();
+    EXPECT_EQ(group->objectForKey("DimLevel"), QXValue(-0.3000000119));
+    EXPECT_EQ(group->objectForKey("ColorFilterHue"), QXValue(360.0));
+}
+
 TEST_F(NPLocalControlTest, DuplicatesComeRightAfterTheirOriginal)
 {
     ASSERT_TRUE(control().addEffect("Night", {}));

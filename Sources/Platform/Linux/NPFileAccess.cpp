@@ -47,6 +47,21 @@ bool writeWhole(int file, const QXData& content)
     return true;
 }
 
+std::expected<void, std::string> writeInto(const std::string& path, const QXData& content)
+{
+    const NPFileDescriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!file || !writeWhole(file.get(), content)) {
+        return lastError();
+    }
+    return {};
+}
+
+bool isSpecial(const std::string& path)
+{
+    struct stat status{};
+    return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
 mode_t permissionsFor(const std::string& path)
 {
     struct stat status{};
@@ -73,13 +88,16 @@ std::expected<QXData, std::string> NPReadFile(const std::string& path, std::size
         }
         content.insert(content.end(), buffer.begin(), buffer.begin() + (count > 0 ? count : 0));
         if (content.size() > limit) {
-            return std::unexpected("it is larger than " + std::to_string(limit) + " bytes");
+            return std::unexpected("it is larger than " + std::to_string(limit >> 20) + " MiB");
         }
     }
 }
 
 std::expected<void, std::string> NPWriteFile(const std::string& path, const QXData& content)
 {
+    if (isSpecial(path)) {
+        return writeInto(path, content);
+    }
     const std::string target = resolved(path);
     std::string temporary = target + ".XXXXXX";
     NPFileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));

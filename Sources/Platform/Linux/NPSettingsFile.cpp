@@ -223,7 +223,9 @@ NPSettingsFile::replace(std::span<const std::uint8_t> content) const
 std::expected<std::filesystem::path, std::error_code> NPSettingsFile::setAside(QXDate date) const
 {
     static constexpr int mostNames = 1000;
-    const std::filesystem::path path = target();
+    // A link to a device or a folder is renamed itself: what it leads to is not ours to move.
+    std::error_code ignored;
+    const std::filesystem::path path = std::filesystem::is_regular_file(_path, ignored) ? target() : _path;
     std::string stem = path.string() + ".unreadable-" + QXDateDescription(date);
     std::ranges::replace(stem, ':', '-'); // other systems' file names have none
     std::error_code error;

@@ -9,7 +9,7 @@
 namespace {
 
 // Far beyond what people write, and little enough for a request to be nothing to the engine.
-constexpr NPReadingLimits limits{.textBytes = 4096, .dataBytes = 1 << 20, .settings = 64};
+constexpr NPReadingLimits limits{.textBytes = 4096, .dataBytes = NPEffectFileSizeLimit, .settings = 64};
 
 std::string readText(sdbus::Message& request)
 {
