@@ -201,6 +201,46 @@ TEST_F(NPHotKeyServicesPortalWithBackEndTest, RefusalIsOneLineAndIsKeptUntilSome
     EXPECT_EQ(log.size(), 1U);
 }
 
+TEST_F(NPHotKeyServicesPortalWithBackEndTest, WhatWasRefusedIsAskedForAgainAlongWithSomethingElse)
+{
+    backEnd.setResponse(1);
+    open();
+    auto night = registerKey(keyD, "A", 1);
+    ASSERT_TRUE(turnUntil([&] { return events == "!"; }));
+    backEnd.setResponse(0);
+    const NPHotKeySubscription registering =
+        hotKeys->installHandlers({{}, {}, [&] { night = registerKey(keyD, "A", 3); }});
+    const auto day = registerKey(keyF, "B", 2);
+    ASSERT_TRUE(turnUntilBound(2));
+    EXPECT_TRUE(night);
+    EXPECT_EQ(backEnd.questions(),
+              (Strings{"A=Effect A:CTRL+ALT+d ", "A=Effect A:CTRL+ALT+d B=Effect B:CTRL+ALT+f "}));
+}
+
+TEST_F(NPHotKeyServicesPortalWithBackEndTest, PortalThatVanishesIsOneLineAndCanBeHadAgainWhenItIsBack)
+{
+    open();
+    auto night = registerKey(keyD, "A", 1);
+    ASSERT_TRUE(turnUntilBound(1));
+    const std::string process = NPTestOutputOf(
+        {"dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus", "/",
+         "org.freedesktop.DBus.GetConnectionUnixProcessID", "string:org.freedesktop.portal.Desktop"});
+    ASSERT_EQ(::kill(std::stoi(process.substr(process.find("uint32 ") + 7)), SIGKILL), 0);
+    ASSERT_TRUE(turnUntil([&] { return events == "!"; }));
+    EXPECT_EQ(log, Strings{"Hot keys do not work: the desktop portal has gone"});
+    EXPECT_EQ(refusalOf(keyF, "B"), "the desktop portal has gone");
+    EXPECT_EQ(hotKeys->trigger({.id = 1}), std::nullopt);
+
+    NPTestOutputOf({"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.portal.Desktop",
+                    "/org/freedesktop/portal/desktop", "org.freedesktop.DBus.Peer.Ping"});
+    ASSERT_TRUE(turnUntil([&] { return events == "!!"; }));
+    night = registerKey(keyD, "A", 2);
+    ASSERT_TRUE(turnUntilBound(2));
+    backEnd.activate("A", 0);
+    EXPECT_TRUE(turnUntil([&] { return events == "!!+2"; }));
+    EXPECT_EQ(log.size(), 1U);
+}
+
 TEST_F(NPHotKeyServicesPortalWithBackEndTest, SessionThatTheDesktopEndsIsOneLine)
 {
     open();

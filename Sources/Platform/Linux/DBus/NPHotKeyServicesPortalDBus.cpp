@@ -128,25 +128,32 @@ std::optional<NPHotKeyEvent> NPHotKeyServicesPortalDBus::_eventFor(const std::st
     return NPHotKeyEvent{.identifier = (*found)->request.identifier, .timestamp = seconds};
 }
 
+std::vector<NPShortcut> NPHotKeyServicesPortalDBus::_wanted() const
+{
+    std::vector<NPShortcut> wanted;
+    std::ranges::transform(_registrations(), std::back_inserter(wanted),
+                           [](const auto& registration) { return registration->shortcut; });
+    std::ranges::sort(wanted);
+    return wanted;
+}
+
 void NPHotKeyServicesPortalDBus::_prepareToWait()
 {
     if (_portal.isBinding() || !_failure.empty()) {
         return;
     }
-    std::vector<NPShortcut> wanted;
-    for (const auto& registration : _registrations()) {
-        wanted.push_back(registration->shortcut);
-    }
-    std::ranges::sort(wanted);
     std::vector<NPShortcut> granted;
     std::ranges::copy_if(_asked, std::back_inserter(granted),
                          [this](const NPShortcut& shortcut) { return !_refusals.contains(shortcut); });
-    if (wanted != granted) {
-        _refusals.clear();
-        _triggers.clear();
-        _asked = wanted;
-        _portal.bind(std::move(wanted));
+    if (_wanted() == granted) {
+        return;
     }
+    if (!std::exchange(_refusals, {}).empty()) {
+        _handlers.availabilityChanged(); // what was refused before is asked for along with the rest
+    }
+    _triggers.clear();
+    _asked = _wanted();
+    _portal.bind(_asked);
 }
 
 void NPHotKeyServicesPortalDBus::_takeGranted(Triggers triggers)

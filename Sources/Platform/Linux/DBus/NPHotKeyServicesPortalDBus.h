@@ -27,6 +27,7 @@ private:
     NPShortcutsHandlers _portalHandlers();
     std::vector<std::shared_ptr<Registration>> _registrations() const;
     std::optional<NPHotKeyEvent> _eventFor(const std::string& name, double seconds) const;
+    std::vector<NPShortcut> _wanted() const; // in order
     void _prepareToWait();
     void _takeGranted(Triggers triggers);
     void _takeRefusal(const std::string& reason);
