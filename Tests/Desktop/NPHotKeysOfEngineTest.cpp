@@ -11,12 +11,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 
 namespace {
 
+constexpr xcb_keycode_t xKeyF5 = 71;
 constexpr xcb_keycode_t xKeyD = 40;
 constexpr xcb_keycode_t xKeyZ = 52;
 constexpr std::uint16_t xControlAlt = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1;
@@ -81,9 +83,10 @@ protected:
         return NPTestEventually([&, wanted = dimmedTo(factor)] { return randr.gamma("DUMMY0") == wanted; });
     }
 
-    // How often the engine has said that the screen shows the effect, or shows it no more.
-    static long changes(const NPTestProgram& engine)
+    // How many lines the engine has written by now about what the screen shows.
+    static long linesOf(const NPTestProgram& engine)
     {
+        command({"status"}); // it has written of all that it did before it answers
         const std::string output = engine.output();
         return std::ranges::count(output, '\n');
     }
@@ -99,33 +102,39 @@ protected:
     NPTestRandR randr{server.displayName()};
 };
 
-// With a terminal in front, whose program keeps the lines that are typed there.
-class NPHotKeysOverTerminalTest : public NPHotKeysOfEngineTest {
+class NPHotKeysUnderWindowManagerTest : public NPHotKeysOfEngineTest {
 protected:
-    NPHotKeysOverTerminalTest()
+    NPHotKeysUnderWindowManagerTest()
     {
         if (!NPTestEventually([&] { return !randr.rootPropertyNames("_NET_SUPPORTING_WM_CHECK").empty(); })) {
             throw std::runtime_error("the window manager does not start: " + windowManager.errors());
         }
-        terminal.emplace(std::vector<std::string>{"/usr/bin/xterm", "-e", "cat > " + typedFile});
-        xdotool("search --sync --onlyvisible --class XTerm windowactivate --sync");
     }
 
-    // What has been typed into the terminal before the line that this types there.
-    std::string typed() const
-    {
-        const std::string end = "end" + std::to_string(++_lines) + '\n';
-        xdotool("key e key n key d key " + std::to_string(_lines) + " key Return");
-        EXPECT_TRUE(NPTestEventually([&] { return contentOf(typedFile).ends_with(end); })) << contentOf(typedFile);
-        return contentOf(typedFile);
-    }
-
-    std::string typedFile = folder / "typed";
     NPTestProgram windowManager{{"/usr/bin/openbox", "--sm-disable"}};
-    std::optional<NPTestProgram> terminal;
+};
+
+// A terminal with the focus, whose program keeps the lines that are typed there.
+class Terminal {
+public:
+    explicit Terminal(const NPTemporaryFolder& folder)
+        : _typed(folder / "typed"), _program({"/usr/bin/xterm", "-e", "cat > " + _typed})
+    {
+        NPTestOutputOf("xdotool search --sync --onlyvisible --class XTerm windowfocus");
+        NPTestEventually([&] { return std::filesystem::exists(_typed); }); // it takes its time
+    }
+
+    // All that has been typed, and then this word, which is typed for it.
+    std::string typedBefore(const std::string& word) const
+    {
+        NPTestOutputOf("xdotool type '" + word + "\n'");
+        NPTestEventually([&] { return contentOf(_typed).ends_with(word + '\n'); });
+        return contentOf(_typed);
+    }
 
 private:
-    mutable int _lines = 0;
+    std::string _typed;
+    NPTestProgram _program;
 };
 
 // In a Wayland session, where the desktop has the keys.
@@ -136,18 +145,19 @@ protected:
 
 } // namespace
 
-TEST_F(NPHotKeysOverTerminalTest, HotKeyChangesTheScreenWhileATerminalHasTheFocus)
+TEST_F(NPHotKeysUnderWindowManagerTest, HotKeyChangesTheScreenWhileATerminalHasTheFocus)
 {
-    ASSERT_EQ(typed(), "end1\n");
+    const Terminal terminal(folder);
+    ASSERT_EQ(terminal.typedBefore("one"), "one\n");
     const NPTestProgram engine = startEngine();
     xdotool("key ctrl+alt+d");
     EXPECT_TRUE(becomes(0.8));
     xdotool("key ctrl+alt+d");
     EXPECT_TRUE(becomes(1.0));
-    EXPECT_EQ(typed(), "end1\nend2\n"); // the terminal has its keys, and not ours
+    EXPECT_EQ(terminal.typedBefore("two"), "one\ntwo\n"); // the terminal has its keys, and not ours
 }
 
-TEST_F(NPHotKeysOverTerminalTest, LocksPlayNoPart)
+TEST_F(NPHotKeysUnderWindowManagerTest, LocksPlayNoPart)
 {
     const NPTestProgram engine = startEngine();
     xdotool("key Caps_Lock");
@@ -161,23 +171,23 @@ TEST_F(NPHotKeysOverTerminalTest, LocksPlayNoPart)
     EXPECT_TRUE(becomes(0.8));
 }
 
-TEST_F(NPHotKeysOverTerminalTest, HotKeyThatIsHeldDownTogglesOnce)
+TEST_F(NPHotKeysUnderWindowManagerTest, HotKeyThatIsHeldDownTogglesOnce)
 {
+    const Terminal terminal(folder);
     NPTestOutputOf("xset r rate 20 100");
-    xdotool("keydown x sleep 0.2 keyup x key Return"); // this server does repeat
-    EXPECT_TRUE(NPTestEventually([&] { return contentOf(typedFile).starts_with("xxx"); }));
+    xdotool("keydown f sleep 0.3 keyup f");
+    EXPECT_TRUE(contains(terminal.typedBefore("end"), "ffff")); // this server does repeat
 
     const NPTestProgram engine = startEngine();
-    const long before = changes(engine);
+    const long before = linesOf(engine);
     xdotool("keydown ctrl keydown alt keydown d sleep 0.5 keyup d keyup alt keyup ctrl");
     EXPECT_TRUE(becomes(0.8));
-    command({"set", "Night", "hotkey=none"});
-    command({"deactivate", "Night"}); // after every toggle that was to come
-    EXPECT_TRUE(becomes(1.0));
-    const long once = changes(engine) - before;
-    command({"activate", "Night"});
+    const long onceOn = linesOf(engine) - before;
+    command({"set", "Night", "hotkey=none"}); // after every toggle that was to come
+    EXPECT_EQ(linesOf(engine) - before, onceOn) << engine.output();
     command({"deactivate", "Night"});
-    EXPECT_TRUE(NPTestEventually([&] { return changes(engine) - before == 2 * once; })) << engine.output();
+    command({"activate", "Night"});
+    EXPECT_EQ(linesOf(engine) - before, 3 * onceOn) << engine.output();
 }
 
 TEST_F(NPHotKeysOfEngineTest, HotKeyFadesAsTheEffectSaysForChangesByHand)
@@ -213,7 +223,7 @@ TEST_F(NPHotKeysOfEngineTest, ChangedHotKeyWorksAtOnceAndTheFormerNoMore)
     EXPECT_TRUE(becomes(0.8));
     EXPECT_EQ(command({"set", "Night", "hotkey=none"}), "no hot key\n");
     NPTestXClient other(server.displayName());
-    other.grab(71, XCB_MOD_MASK_4); // free again
+    other.grab(xKeyF5, XCB_MOD_MASK_4); // free again
 }
 
 TEST_F(NPHotKeysOfEngineTest, CombinationOfAnotherProgramIsReportedAndTheOthersWork)
