@@ -204,4 +204,24 @@ TEST_F(NPEffectManagerDeathTest, RemovingTheLastGroupStopsTheProgram)
     EXPECT_DEATH(manager().removeGroupAtIndex(0), "_groups.count > 1");
 }
 
+TEST_F(NPEffectManagerTest, ChangesOfTheListAreAnnouncedOnceTheyAreSaved)
+{
+    storeGroups({storedGroup("A")});
+    std::string seen;
+    QXNotificationObserver observer;
+    platform.notifications.addObserver(
+        observer, std::string(NPEffectManagerGroupsDidChangeNotification), nullptr,
+        [&](const QXNotification& notification) {
+            EXPECT_EQ(notification.object, &manager());
+            seen += std::to_string(platform.defaults.arrayForKey(NPEffectGroupsKey)->size()) + ' ';
+        });
+    manager().addNewGroup();
+    manager().duplicateGroupAtIndex(0);
+    manager().addGroupWithDictionary({});
+    manager().removeGroupAtIndex(1);
+    EXPECT_EQ(seen, "2 3 4 3 ");
+    manager().groups().front()->setName("B"); // no change of the list
+    EXPECT_EQ(seen, "2 3 4 3 ");
+}
+
 } // namespace
