@@ -21,13 +21,13 @@ public:
 
     virtual std::string bundleIdentifier() const = 0;
 
-    // The folder, or the program, that is the application for people; an absolute path.
+    // The folder, or the program, that is the application for people; an absolute path. Where programs are kept in
+    // another place than "/Applications/", one that is there is said to be in that folder.
     virtual std::string bundlePath() const = 0;
 
     virtual const QXDictionary& infoDictionary() const = 0;
 
-    // The content of a file that came with the program, in the language wanted ("de", "zh-Hans"), or the one for
-    // all languages (""). None when there is none.
-    virtual std::optional<QXData> resource(std::string_view name, std::string_view type,
-                                           std::string_view language = {}) const = 0;
+    // The content of a file that came with the program ("Credits", "html"), in the user's language where there is one
+    // in it. None when there is none.
+    virtual std::optional<QXData> resource(std::string_view name, std::string_view type) const = 0;
 };

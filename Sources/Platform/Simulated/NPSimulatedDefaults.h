@@ -5,7 +5,8 @@
 #include "Platform/NPUserDefaults.h"
 #include "Platform/Simulated/NPActionLog.h"
 
-// Every real change is one line of the action log: "defaults set KEY" or "defaults remove KEY".
+// Every real change is one line of the action log: "defaults set KEY" or "defaults remove KEY". So is writing them:
+// "defaults synchronize".
 class NPSimulatedDefaults final : public NPUserDefaults {
 public:
     NPSimulatedDefaults(NPActionLog& log, QXNotificationCenter& notifications)
@@ -17,7 +18,11 @@ public:
     void setObject(QXValue value, std::string_view key) override;
     void removeObjectForKey(std::string_view key) override;
     void registerDefaults(const QXDictionary& defaults) override;
-    bool synchronize() override { return true; }
+    bool synchronize() override
+    {
+        _log.add("defaults synchronize");
+        return true;
+    }
 
     // What is stored, without the registered defaults.
     const QXDictionary& stored() const { return _stored; }

@@ -133,15 +133,9 @@ void NPSimulatedWorkspace::terminate()
     _log.add("terminate");
 }
 
-std::optional<QXData> NPSimulatedBundle::resource(std::string_view name, std::string_view type,
-                                                  std::string_view language) const
+std::optional<QXData> NPSimulatedBundle::resource(std::string_view name, std::string_view type) const
 {
-    std::string key(language);
-    key += language.empty() ? "" : "/";
-    key += name;
-    key += '.';
-    key += type;
-    const auto found = resources.find(key);
+    const auto found = resources.find(std::string(name) + '.' + std::string(type));
     return found == resources.end() ? std::nullopt
                                     : std::optional(QXData(found->second.begin(), found->second.end()));
 }

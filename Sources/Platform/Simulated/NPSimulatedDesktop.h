@@ -108,15 +108,14 @@ public:
     std::string bundleIdentifier() const override { return "org.nightpane.Nightpane"; }
     std::string bundlePath() const override { return path; }
     const QXDictionary& infoDictionary() const override { return info; }
-    std::optional<QXData> resource(std::string_view name, std::string_view type,
-                                   std::string_view language) const override;
+    std::optional<QXData> resource(std::string_view name, std::string_view type) const override;
 
     std::string path = "/opt/Applications/Nightpane";
     QXDictionary info{{std::string(CFBundleNameKey), "Nightpane"},
                       {std::string(CFBundleShortVersionStringKey), "1.0"},
                       {std::string(CFBundleVersionKey), "100"},
                       {std::string(SUFeedURLKey), "https://updates.example.org/appcast.xml"}};
-    std::map<std::string, std::string> resources; // by "de/Credits.html", and "Credits.html" for all languages
+    std::map<std::string, std::string> resources; // by "Credits.html"
 };
 
 // "download URL".
