@@ -34,7 +34,7 @@ constexpr Command commands[] = {
     {"rename", 2, 2, "", "rename EFFECT NAME", "give it another name"},
     {"duplicate", 1, 1, "", "duplicate EFFECT", "add a copy after it"},
     {"remove", 1, 1, "", "remove EFFECT", "remove it"},
-    {"import", 1, 1, "", "import FILE", "add the effect of an effect file"},
+    {"import", 1, 1, "", "import FILE", "add the effect of an effect file (- is standard input)"},
     {"export", 2, 2, "", "export EFFECT FILE", "write an effect file (- is standard output)"},
     {"sun", 0, 0, "--json --at --lat --lon ", "sun [--at DATE] [--lat N --lon N] [--json]",
      "sunrise and sunset around a date"},

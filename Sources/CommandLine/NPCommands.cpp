@@ -52,6 +52,15 @@ Result printIdentifier(const NPControlResult<std::string>& identifier)
     return print(*identifier + '\n');
 }
 
+// What is on is remembered while Nightpane is switched off; the lists say then that nothing of it shows.
+std::string switchRemark(NPControl& control)
+{
+    const NPControlResult<QXDictionary> status = control.status();
+    const QXValue* active = status ? QXDictionaryValue(*status, "active") : nullptr;
+    return active && *active == QXValue(false) ? "Nightpane is switched off: the screens show their own tables.\n"
+                                               : "";
+}
+
 NPControlResult<NPControlSettings> settingsFromWords(const std::vector<std::string>& words,
                                                      const NPKeyboardLayout& layout)
 {
@@ -100,7 +109,8 @@ Result addEffect(const NPArguments& arguments, NPControl& control, const NPComma
         return std::unexpected(settings.error());
     }
     if (settings->contains("name")) {
-        return misuse("the name is given twice: '" + arguments.operands[0] + "' and '" + settings->at("name") + "'");
+        return misuse("the name is given twice: '" + arguments.operands[0] + "' and '" + settings->at("name")
+                      + "'");
     }
     return printIdentifier(control.addEffect(arguments.operands[0], *settings));
 }
@@ -231,11 +241,16 @@ const std::vector<Command>& commands()
     using C = NPControl&;
     using X = const NPCommandContext&;
     static const std::vector<Command> all{
-        {"list", false, false, [](A a, C c, X x) { return printResult(a, effects(c, x), NPEffectsText); }},
+        {"list", false, false,
+         [](A a, C c, X x) {
+             return printResult(a, effects(c, x),
+                                [&](const QXArray& list) { return NPEffectsText(list) + switchRemark(c); });
+         }},
         {"screens", false, false,
          [](A a, C c, X x) {
-             return printResult(a, c.screens(),
-                                [&](const QXArray& list) { return NPScreensText(list, x.timeZone); });
+             return printResult(a, c.screens(), [&](const QXArray& list) {
+                 return NPScreensText(list, x.timeZone) + switchRemark(c);
+             });
          }},
         {"status", false, false, [](A a, C c, X) { return printResult(a, c.status(), NPStatusText); }},
         {"activate", true, true, [](A a, C c, X) { return c.activate(a.operands[0], a.fade); }},
@@ -268,6 +283,11 @@ const Command& commandNamed(const std::string& name)
 bool NPCommandShowsEffects(const std::string& command)
 {
     return commandNamed(command).showsEffects;
+}
+
+bool NPCommandAsksDisplays(const std::string& command)
+{
+    return command == "screens" || command == "table" || command == "restore";
 }
 
 bool NPCommandChangesSomething(const NPArguments& arguments)

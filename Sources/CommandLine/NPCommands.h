@@ -10,6 +10,9 @@
 // Whether the command changes what the screens show, and so needs displays that are being driven.
 bool NPCommandShowsEffects(const std::string& command);
 
+// Whether the command has nothing to do without displays.
+bool NPCommandAsksDisplays(const std::string& command);
+
 // Whether the command changes anything at all.
 bool NPCommandChangesSomething(const NPArguments& arguments);
 

@@ -1,13 +1,15 @@
 #include "CommandLine/NPNarrator.h"
 
+#include "CommandLine/NPOutput.h"
 #include "CommandLine/NPTextOutput.h"
 #include "Foundation/QXWeakTarget.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace {
+
+constexpr char ownTable[] = "its own table";
 
 // The table rests after the step at the end of its fade, which may be late by half a step.
 constexpr double afterTheLastStep = 0.05;
@@ -39,7 +41,9 @@ void NPNarrator::start()
         [this](NPDisplayID display, std::uint32_t flags) { _displayDidChange(display, flags); });
     const auto online = _platform.displays.onlineDisplayList(NPDisplayListCapacity).value_or(NPDisplayList());
     for (const NPDisplayID screen : online) {
-        _told.emplace(screen, Told()); // known from the start, not newly connected
+        // Known from the start, not newly connected. Numbers are told only of what an effect has changed.
+        _told.emplace(screen, Told{_platform.displays.displayName(screen), "",
+                                   _stateOfScreen(screen) == ownTable ? _whiteOfScreen(screen) : ""});
     }
     _stateDidChange();
 }
@@ -94,7 +98,7 @@ std::string NPNarrator::_stateOfScreen(NPDisplayID screen) const
     const auto& controllers = *_screenManager.screenControllers();
     const auto found = std::ranges::find(controllers, screen, &NPScreenController::screenID);
     if (found == controllers.end() || !(*found)->isActive() || !(*found)->effect()) {
-        return "its own table";
+        return ownTable;
     }
     return '"' + NPPrintable((*found)->effect()->name()) + "\" is on";
 }
@@ -137,11 +141,13 @@ void NPNarrator::_tellRestingTables()
     }
 }
 
-void NPNarrator::_say(NPDisplayID screen, const std::string& what) const
+void NPNarrator::_say(NPDisplayID screen, const std::string& what)
 {
-    const std::string name = _platform.displays.displayName(screen);
+    std::string& name = _told[screen].name;
+    if (const std::string current = _platform.displays.displayName(screen); !current.empty()) {
+        name = current;
+    }
     const std::string line = NPLocalTimeText(_platform.clock.now(), _platform.timeZones.systemTimeZone()) + "  "
-                             + (name.empty() ? std::to_string(screen) : NPPrintable(name)) + ": " + what + '\n';
-    std::fputs(line.c_str(), stdout);
-    std::fflush(stdout);
+                             + (name.empty() ? std::to_string(screen) : NPPrintable(name)) + ": " + what;
+    NPPrintEvent(line);
 }

@@ -18,7 +18,8 @@ public:
 
 private:
     struct Told {
-        std::string state; // what was said last of the display
+        std::string name;  // of the display, also when it has gone
+        std::string state; // what was said last of it
         std::string white;
     };
 
@@ -29,7 +30,7 @@ private:
     std::string _whiteOfScreen(NPDisplayID screen);
     std::optional<QXDate> _endOfFades() const;
     void _tellRestingTables();
-    void _say(NPDisplayID screen, const std::string& what) const;
+    void _say(NPDisplayID screen, const std::string& what);
 
     NPPlatform _platform;
     NPScreenManager& _screenManager;

@@ -1,9 +1,8 @@
 #include "CommandLine/NPRunCommand.h"
 
 #include "CommandLine/NPNarrator.h"
+#include "CommandLine/NPOutput.h"
 #include "Engine/NPEngine.h"
-
-#include <cstdio>
 
 int NPRunCommand(const NPArguments& arguments)
 {
@@ -20,9 +19,4 @@ int NPRunCommand(const NPArguments& arguments)
     engine.serve([&loop] { loop.stop(); });
     loop.run();
     return engine.finish() ? 0 : 1;
-}
-
-void NPPrintError(const std::string& message)
-{
-    std::fputs(("nightpane-cli: " + message + '\n').c_str(), stderr);
 }

@@ -6,6 +6,3 @@
 // Runs until SIGTERM, SIGINT or SIGHUP, gives every display back, and returns the exit code: 0, or 1 when it
 // could not start or the displays went away.
 int NPRunCommand(const NPArguments& arguments);
-
-// Prints "nightpane-cli: MESSAGE" on standard error.
-void NPPrintError(const std::string& message);

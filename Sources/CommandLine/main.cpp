@@ -1,7 +1,9 @@
 // nightpane-cli: the engine and its commands.
 #include "CommandLine/NPArguments.h"
 #include "CommandLine/NPCommands.h"
+#include "CommandLine/NPOutput.h"
 #include "CommandLine/NPRunCommand.h"
+#include "Engine/NPChangeLock.h"
 #include "Engine/NPEngine.h"
 #include "Engine/NPInstanceLock.h"
 #include "Engine/NPSession.h"
@@ -40,18 +42,20 @@ NPCommandContext contextOf(const NPPlatform& platform)
     return {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults, platform.keyboardLayout};
 }
 
-// With no instance to ask, the command does the work itself, and what it switches on stays on.
-int performHere(const NPArguments& arguments, NPSession& session)
+// With no instance to ask, the command does the work itself, and what it switches on stays on. What is recorded as on
+// is not brought back by a command that changes something else: the screens are driven from the start only where
+// they still show what an earlier command has switched on.
+int performHere(const NPArguments& arguments, NPSession& session, std::optional<int> instance)
 {
     QXSharedScope scope;
     NPInstallPlatform(session.platform());
     const auto screenManager = sharedScreenManager();
     NPLocalControl control(session.platform(), *sharedEffectManager(), *screenManager, *sharedCalculator(),
-                           {NPVersion(), session.platformName(), 0, false});
-    if (NPCommandShowsEffects(arguments.command)) {
-        screenManager->setScreenManagementEnabled(session.platform().defaults.boolForKey(NPEffectActiveKey));
-    }
+                           {NPVersion(), session.platformName(), instance.value_or(0), instance.has_value()});
     const NPPlatform& platform = session.platform();
+    if (NPCommandShowsEffects(arguments.command) && session.showsEffects()) {
+        screenManager->setScreenManagementEnabled(platform.defaults.boolForKey(NPEffectActiveKey));
+    }
     const NPControlResult<void> result = NPPerformCommand(arguments, control, contextOf(platform));
     waitForFades(session, *screenManager);
     const bool closed = session.close();
@@ -64,45 +68,83 @@ int performThere(const NPArguments& arguments, NPSession& session, NPControl& in
     return exitCode(NPPerformCommand(arguments, instance, contextOf(platform)));
 }
 
+std::unique_ptr<NPControl> runningInstance()
+{
+    const auto bus = NPControlBus::open();
+    return bus ? (*bus)->runningInstance() : nullptr;
+}
+
+int fail(const std::string& message)
+{
+    NPPrintError(message);
+    return exitFailed;
+}
+
+int runCommandThere(const NPArguments& arguments, NPControl& instance)
+{
+    const auto session = NPSession::open(arguments.platform, NPDisplayNeed::none, nullptr);
+    return session ? performThere(arguments, **session, instance) : fail(session.error());
+}
+
+// `instance` is the process of an instance that runs but cannot be asked.
+int runCommandHere(const NPArguments& arguments, std::optional<int> instance)
+{
+    const auto session = NPSession::open(arguments.platform, NPDisplayNeed::wanted, nullptr);
+    if (!session) {
+        return fail(session.error());
+    }
+    if (const auto problem = (*session)->displayProblem(); problem && NPCommandAsksDisplays(arguments.command)) {
+        return fail(*problem);
+    } else if (problem && NPCommandShowsEffects(arguments.command)) {
+        NPPrintError("no screen changes: " + *problem);
+    }
+    return performHere(arguments, **session, instance);
+}
+
 int runCommand(const NPArguments& arguments)
 {
-    std::unique_ptr<NPControl> instance;
-    if (!arguments.platform.starts_with("simulated")) {
-        const auto bus = NPControlBus::open();
-        instance = bus ? (*bus)->runningInstance() : nullptr;
-        if (!instance && NPCommandChangesSomething(arguments)) {
-            if (const std::optional<int> process = NPInstanceLock::holder()) {
-                NPPrintError("Nightpane is running (process " + std::to_string(*process)
-                             + ") but cannot be reached over the session bus");
-                return exitFailed;
-            }
-        }
+    if (arguments.platform.starts_with("simulated")) {
+        return runCommandHere(arguments, std::nullopt);
     }
-    const auto session =
-        NPSession::open(arguments.platform, instance ? NPDisplayNeed::none : NPDisplayNeed::wanted, nullptr);
-    if (!session) {
-        NPPrintError(session.error());
-        return exitFailed;
+    if (const std::unique_ptr<NPControl> instance = runningInstance()) {
+        return runCommandThere(arguments, *instance);
     }
-    return instance ? performThere(arguments, **session, *instance) : performHere(arguments, **session);
+    if (!NPCommandChangesSomething(arguments)) {
+        return runCommandHere(arguments, NPInstanceLock::holder());
+    }
+    const auto lock = NPChangeLock::take(); // until all is written
+    if (!lock) {
+        return fail(lock.error());
+    }
+    if (const std::optional<int> process = NPInstanceLock::holder()) {
+        const std::string number = std::to_string(*process);
+        return fail("Nightpane is running (process " + number
+                    + ") but cannot be reached over the session bus; end it with: kill " + number);
+    }
+    return runCommandHere(arguments, std::nullopt);
+}
+
+int printText(const std::string& text)
+{
+    const bool isPrinted = std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+    return isPrinted ? exitDone : fail("cannot write to standard output");
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    const QXLogRedirection log = NPPrintLog();
     const auto arguments = NPParseArguments(std::vector<std::string>(argv + 1, argv + argc));
     if (!arguments) {
         NPPrintError(arguments.error());
         return exitMisuse;
     }
     if (arguments->help) {
-        std::fputs(NPUsageText().c_str(), stdout);
-        return exitDone;
+        return printText(NPUsageText());
     }
     if (arguments->version) {
-        std::printf("nightpane-cli %s\n", NPVersion());
-        return exitDone;
+        return printText("nightpane-cli " + std::string(NPVersion()) + '\n');
     }
     NPInstallStringTables();
     return arguments->command == "run" ? NPRunCommand(*arguments) : runCommand(*arguments);

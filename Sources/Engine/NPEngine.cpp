@@ -1,5 +1,6 @@
 #include "Engine/NPEngine.h"
 
+#include "Engine/NPChangeLock.h"
 #include "Foundation/QXLog.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayGuard.h"
@@ -128,6 +129,11 @@ std::expected<std::unique_ptr<NPEngine>, NPEngineFailure> NPEngine::start(const 
     auto signals = std::make_unique<NPEndSignals>();
     std::optional<NPInstanceLock> lock;
     if (isReal) {
+        // A command that is at work ends before the settings are read; later ones will see that we run.
+        const auto change = NPChangeLock::take();
+        if (!change) {
+            return failed(false, change.error());
+        }
         auto taken = NPInstanceLock::take();
         if (!taken) {
             return failed(NPInstanceLock::holder().has_value(), taken.error());

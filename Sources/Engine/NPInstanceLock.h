@@ -2,7 +2,7 @@
 // releases when its holder ends, however that happens.
 #pragma once
 
-#include "Platform/Linux/NPFileDescriptor.h"
+#include "Engine/NPLockFile.h"
 
 #include <expected>
 #include <optional>
@@ -17,7 +17,7 @@ public:
     static std::optional<int> holder();
 
 private:
-    explicit NPInstanceLock(NPFileDescriptor file) : _file(std::move(file)) {}
+    explicit NPInstanceLock(NPLockFile file) : _file(std::move(file)) {}
 
-    NPFileDescriptor _file;
+    NPLockFile _file;
 };

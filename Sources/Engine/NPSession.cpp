@@ -21,8 +21,7 @@ class LinuxSession final : public NPSession {
 public:
     explicit LinuxSession(bool isX11Asked)
         : _isX11Asked(isX11Asked), _loop(_notifications),
-          _defaults(NPSettingsFolder(std::getenv("XDG_CONFIG_HOME"), std::getenv("HOME")), _loop, _notifications),
-          _timeZones(_loop, _notifications)
+          _defaults(NPSettingsFolderOfProcess(), _loop, _notifications), _timeZones(_loop, _notifications)
     {
     }
 
@@ -30,6 +29,7 @@ public:
     {
         auto displays = NPDisplayServicesX11::open("", _loop, guard);
         if (!displays) {
+            _displayProblem = displays.error();
             return std::unexpected(displays.error());
         }
         _displays = std::move(*displays);
@@ -51,6 +51,8 @@ public:
     NPMainLoopLinux& loop() override { return _loop; }
     std::string platformName() const override { return _displays ? "x11" : "none"; }
     bool isReal() const override { return true; }
+    std::optional<std::string> displayProblem() const override { return _displayProblem; }
+    bool showsEffects() const override { return _displays && _displays->isChanged(); }
     void begin(std::function<void()>) override {} // it always passes, and the world stays
 
     void openHotKeys(const std::shared_ptr<NPControlBus>& bus) override
@@ -102,6 +104,7 @@ private:
     NPHotKeyServicesLinux _hotKeys;
     NPKeyboardLayoutLinux _keyboardLayout;
     std::unique_ptr<NPDisplayServicesX11> _displays;
+    std::optional<std::string> _displayProblem;
     std::unique_ptr<NPPlatform> _platform;
 };
 

@@ -38,6 +38,12 @@ public:
     // Whether the displays are the user's own: then one engine at a time drives them.
     virtual bool isReal() const = 0;
 
+    // Why there are no displays, in one line, when they were wanted. None when there are.
+    virtual std::optional<std::string> displayProblem() const = 0;
+
+    // Whether a display shows another table than its own, left by this run or an earlier one.
+    virtual bool showsEffects() const = 0;
+
     // Lets hot keys be registered from now on: in a Wayland session with the desktop, over the session bus, which
     // may be nullptr; otherwise with the X server.
     virtual void openHotKeys(const std::shared_ptr<NPControlBus>& bus) = 0;

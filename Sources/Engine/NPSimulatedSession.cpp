@@ -26,6 +26,8 @@ public:
     NPMainLoopLinux& loop() override { return _loop; }
     std::string platformName() const override { return "simulated"; }
     bool isReal() const override { return false; }
+    std::optional<std::string> displayProblem() const override { return std::nullopt; }
+    bool showsEffects() const override { return false; } // every run begins with untouched displays
     void openHotKeys(const std::shared_ptr<NPControlBus>&) override {} // they always can
     void onDisplaysLost(std::function<void()>) override {} // they never are
     void wait(double seconds) override { _world.clock.advance(seconds); }

@@ -198,6 +198,10 @@ NPControlResult<void> NPLocalControl::setEffectActive(bool active)
 {
     _platform.defaults.setObject(active, NPEffectActiveKey);
     _screenManager.setScreenManagementEnabled(active);
+    if (!active) {
+        // Also what the screen manager does not know of: displays that are dark now, or that another run has changed.
+        _platform.displays.restoreColorSyncSettings();
+    }
     return {};
 }
 
@@ -327,9 +331,7 @@ NPControlResult<QXDictionary> NPLocalControl::table(const std::string& screen)
 
 NPControlResult<void> NPLocalControl::restore()
 {
-    const NPControlResult<void> switchedOff = setEffectActive(false);
-    _platform.displays.restoreColorSyncSettings();
-    return switchedOff;
+    return setEffectActive(false);
 }
 
 // By identifier, by name, or by a name that differs in the case of its letters; each only when it is clear

@@ -7,7 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -63,7 +66,7 @@ protected:
     static NPTestProgram startEngine()
     {
         NPTestProgram engine({NP_TEST_CLI, "run"});
-        if (!NPTestEventually([&] { return engine.output().find("white") != std::string::npos; })) {
+        if (!NPTestEventually([&] { return engine.output().find(": ") != std::string::npos; })) {
             throw std::runtime_error("the engine does not start: " + engine.errors());
         }
         return engine;
@@ -201,6 +204,114 @@ TEST_F(NPCommandLineAloneTest, WithoutABusNothingChangesBehindARunningEngine)
     EXPECT_EQ(refused.status, 1);
     EXPECT_NE(refused.errors.find("cannot be reached over the session bus"), std::string::npos);
     EXPECT_EQ(run({"list"}).status, 0);
+}
+
+TEST_F(NPCommandLineAloneTest, TheStatusTellsOfAnEngineThatCannotBeAsked)
+{
+    const NPTestProgram engine = startEngine();
+    const std::string process = std::to_string(engine.process());
+    EXPECT_NE(run({"status"}).output.find("runs (process " + process + ")"), std::string::npos);
+    EXPECT_NE(run({"off"}).errors.find("end it with: kill " + process), std::string::npos);
+}
+
+TEST_F(NPCommandLineAloneTest, AfterAnEngineNoCommandBringsItsEffectBackBesideActivating)
+{
+    ASSERT_EQ(run({"new", "Night", "dim=20%", "manual-fade=0"}).status, 0);
+    ASSERT_EQ(run({"new", "Other"}).status, 0);
+    ASSERT_EQ(run({"activate", "Night"}).status, 0);
+    NPTestProgram engine = startEngine();
+    engine.signal(SIGTERM);
+    ASSERT_EQ(engine.wait(), 0);
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"set", "Night", "timed-fade=1"},
+                                               {"rename", "Other", "Third"},
+
+                                               {"remove", "Third"}}) {
+        ASSERT_EQ(run(words).status, 0);
+        EXPECT_EQ(gamma(), NPTestIdentityGamma()) << words.front();
+    }
+    ASSERT_EQ(run({"on"}).status, 0);
+    EXPECT_EQ(gamma(), dimmedBy20());
+}
+
+TEST_F(NPCommandLineAloneTest, CommandsAtTheSameTimeLoseNothing)
+{
+    std::vector<NPTestProgram> programs;
+    for (int i = 0; i < 6; ++i) {
+        programs.emplace_back(std::vector<std::string>{NP_TEST_CLI, "new", "Effect" + std::to_string(i)});
+    }
+    for (NPTestProgram& program : programs) {
+        EXPECT_EQ(program.wait(), 0) << program.errors();
+    }
+    const std::string list = run({"list"}).output;
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_NE(list.find("Effect" + std::to_string(i)), std::string::npos) << list;
+    }
+}
+
+TEST_F(NPCommandLineAloneTest, OffGivesTheScreenBackAlsoWhenNothingCanBeSavedOrIsRecorded)
+{
+    ASSERT_EQ(run({"new", "Night", "dim=20%"}).status, 0);
+    ASSERT_EQ(run({"activate", "Night", "--fade", "none"}).status, 0);
+    std::filesystem::remove_all(folder / "config");
+    writeFile(folder / "config", std::string("a file where the folder should be"));
+    EXPECT_EQ(run({"off"}).status, 1); // cannot be saved
+    EXPECT_EQ(gamma(), NPTestIdentityGamma());
+    EXPECT_FALSE(hasRecords());
+}
+
+TEST_F(NPCommandLineAloneTest, WithoutAServerWhatNeedsScreensFails)
+{
+    const NPTestVariable none("DISPLAY", std::nullopt);
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"restore"}, {"screens"}, {"table", "1"}}) {
+        const Ended ended = run(words);
+        EXPECT_EQ(ended.status, 1) << words.front();
+        EXPECT_EQ(lines(ended.errors), 1) << ended.errors;
+        EXPECT_EQ(ended.output, "");
+    }
+    const Ended recorded = run({"on"});
+    EXPECT_EQ(recorded.status, 0);
+    EXPECT_NE(recorded.errors.find("no screen changes: "), std::string::npos) << recorded.errors;
+}
+
+TEST_F(NPCommandLineAloneTest, ADeviceIsNeitherReplacedNorSetAside)
+{
+    const std::string pipe = folder / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    std::filesystem::create_directories(std::filesystem::path(settingsFile()).parent_path());
+    std::filesystem::create_symlink(pipe, settingsFile());
+    ASSERT_EQ(run({"new", "Night"}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+    EXPECT_NE(run({"list"}).output.find("Night"), std::string::npos);
+
+    NPTestProgram reader({"/bin/cat", pipe});
+    EXPECT_EQ(run({"export", "Night", pipe}).status, 0);
+    EXPECT_EQ(reader.wait(), 0);
+    EXPECT_NE(reader.output().find("<string>Night</string>"), std::string::npos);
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+}
+
+// Somebody reads neither the events nor the log; nothing may wait for that.
+TEST_F(NPCommandLineAloneTest, AnEngineWhoseOutputIsStuckStillGivesTheScreenBack)
+{
+    int pipe[2];
+    ASSERT_EQ(::pipe(pipe), 0);
+    ASSERT_EQ(::fcntl(pipe[1], F_SETFL, O_NONBLOCK), 0);
+    const std::string filling(65536, 'x');
+    while (::write(pipe[1], filling.data(), filling.size()) > 0) {
+    }
+    ASSERT_EQ(::fcntl(pipe[1], F_SETFL, 0), 0);
+    ASSERT_EQ(run({"new", "Night", "dim=20%"}).status, 0);
+    ASSERT_EQ(run({"activate", "Night", "--fade", "none"}).status, 0);
+    NPTestProgram engine({"/bin/sh", "-c", "exec \"$0\" run >&" + std::to_string(pipe[1]) + " 2>&1", NP_TEST_CLI});
+    // The table shows since before; the lock tells that the engine is up.
+    ASSERT_TRUE(NPTestEventually([&] { return run({"status"}).output.find(" runs ") != std::string::npos; }));
+    engine.signal(SIGTERM);
+    EXPECT_EQ(engine.wait(), 0);
+    EXPECT_EQ(gamma(), NPTestIdentityGamma());
+    ::close(pipe[0]);
+    ::close(pipe[1]);
 }
 
 TEST_F(NPCommandLineBusTest, CommandsActThroughTheRunningEngine)

@@ -3,6 +3,8 @@
 #include "Foundation/QXLog.h"
 #include "Foundation/QXUnicode.h"
 
+#include <cstdlib>
+
 namespace {
 
 // The variable's value when it can be used. One that is set to nothing counts as not set.
@@ -31,4 +33,11 @@ std::optional<std::filesystem::path> NPSettingsFolder(const char* configHome, co
     }
     QXLog("Settings are kept in memory only: neither XDG_CONFIG_HOME nor HOME names a folder");
     return std::nullopt;
+}
+
+const std::optional<std::filesystem::path>& NPSettingsFolderOfProcess()
+{
+    static const std::optional<std::filesystem::path> folder =
+        NPSettingsFolder(std::getenv("XDG_CONFIG_HOME"), std::getenv("HOME"));
+    return folder;
 }

@@ -9,3 +9,6 @@
 // as the XDG rules want it, with a line in the log. None, and a line, when no folder is left: settings then
 // live in memory alone. The folder need not exist.
 std::optional<std::filesystem::path> NPSettingsFolder(const char* configHome, const char* home);
+
+// The one that this process's environment names: looked up once, so that its lines come once.
+const std::optional<std::filesystem::path>& NPSettingsFolderOfProcess();
