@@ -285,3 +285,11 @@ TEST_F(NPHotKeysOfDesktopTest, DesktopWithoutShortcutsIsReportedAndTheRestWorks)
     command({"activate", "Night"});
     EXPECT_TRUE(becomes(0.8));
 }
+
+TEST_F(NPHotKeysOfDesktopTest, WithoutASessionBusOneLineSaysSo)
+{
+    const NPTestVariable noBus("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
+    const NPTestProgram engine({NP_TEST_CLI, "run"});
+    EXPECT_TRUE(NPTestEventually([&] { return !engine.errors().empty(); }));
+    EXPECT_EQ(engine.errors(), "Hot keys do not work: there is no session bus to ask the desktop for them\n");
+}
