@@ -165,6 +165,7 @@ void NPEngine::serve(std::function<void()> end)
         _session->loop().performOnMain([this] {
             _presence->publish();
             _session->openHotKeys(_presence->bus());
+            _session->watchWorkspace();
         });
     }
     _session->begin(end);

@@ -10,11 +10,14 @@
 #include "Platform/Linux/NPSettingsFolder.h"
 #include "Platform/Linux/NPTimeZoneServicesLinux.h"
 #include "Platform/Linux/NPUserDefaultsLinux.h"
+#include "Platform/Linux/NPWorkspaceEventsLinux.h"
 #include "Platform/Simulated/NPSimulatedDisplays.h"
 
 #include <cstdlib>
 
 namespace {
+
+constexpr std::string_view deactivateForScreenSaverKey = "NPDeactivateForScreenSaver";
 
 // The machine itself: its clocks and settings, and the displays of its X server, or none.
 class LinuxSession final : public NPSession {
@@ -71,6 +74,14 @@ public:
         });
     }
 
+    void watchWorkspace() override
+    {
+        _workspace().watchLoginManager();
+        _workspace().watchScreenSaverForSetting(deactivateForScreenSaverKey);
+    }
+
+    void watchApplications() override { _workspace().watchApplications(); }
+
     void onDisplaysLost(std::function<void()> handler) override
     {
         if (_displays) {
@@ -93,6 +104,15 @@ public:
     }
 
 private:
+    NPWorkspaceEventsLinux& _workspace()
+    {
+        if (!_workspaceWatch) {
+            _workspaceWatch = std::make_unique<NPWorkspaceEventsLinux>(
+                *_platform, _loop, _displays ? std::optional<std::string>("") : std::nullopt);
+        }
+        return *_workspaceWatch;
+    }
+
     bool _isX11Asked; // by the user, whatever the session looks like
     QXNotificationCenter _notifications;
     NPWorkspaceEvents _workspaceEvents;
@@ -106,6 +126,7 @@ private:
     std::unique_ptr<NPDisplayServicesX11> _displays;
     std::optional<std::string> _displayProblem;
     std::unique_ptr<NPPlatform> _platform;
+    std::unique_ptr<NPWorkspaceEventsLinux> _workspaceWatch; // none for those who do not ask for it
 };
 
 } // namespace

@@ -48,6 +48,11 @@ public:
     // may be nullptr; otherwise with the X server.
     virtual void openHotKeys(const std::shared_ptr<NPControlBus>& bus) = 0;
 
+    // From now on the workspace tells of sleep, of the session and, when the settings ask for it, of the screen
+    // saver; after the second call also of other applications that end.
+    virtual void watchWorkspace() = 0;
+    virtual void watchApplications() = 0;
+
     // Called when the displays have gone for good.
     virtual void onDisplaysLost(std::function<void()> handler) = 0;
 

@@ -29,6 +29,8 @@ public:
     std::optional<std::string> displayProblem() const override { return std::nullopt; }
     bool showsEffects() const override { return false; } // every run begins with untouched displays
     void openHotKeys(const std::shared_ptr<NPControlBus>&) override {} // they always can
+    void watchWorkspace() override {}                                  // it tells what its scenario says
+    void watchApplications() override {}
     void onDisplaysLost(std::function<void()>) override {} // they never are
     void wait(double seconds) override { _world.clock.advance(seconds); }
 

@@ -7,11 +7,7 @@
 
 #include <utility>
 
-namespace {
-
-constexpr const char* moduleFile = "nightpane-dbus.so";
-
-const NPControlModuleHost host{
+const NPControlModuleHost NPThisModuleHost{
     [](NPMainLoopLinux& loop, int descriptor, std::uint32_t events, std::function<void(std::uint32_t)> handler) {
         return loop.watchFileDescriptor(descriptor, events, std::move(handler));
     },
@@ -20,8 +16,6 @@ const NPControlModuleHost host{
     },
     [](std::string_view line) { QXLog(line); },
 };
-
-} // namespace
 
 std::expected<std::shared_ptr<NPControlBus>, std::string> NPControlBus::open()
 {
@@ -37,11 +31,12 @@ std::expected<std::shared_ptr<NPControlBus>, std::string> NPControlBus::open()
 
 NPControlBusResult NPOpenControlBusFromFolders(const std::vector<std::string>& folders, const std::string& address)
 {
-    const std::expected<void*, std::string> entry = NPLoadModule(folders, moduleFile, NPControlModuleEntryName);
+    const std::expected<void*, std::string> entry =
+        NPLoadModule(folders, NPBusModuleFile, NPControlModuleEntryName);
     if (!entry) {
         return std::unexpected("the session bus cannot be used: " + entry.error());
     }
     NPControlBusResult result;
-    reinterpret_cast<NPControlModuleEntry>(*entry)(host, address, result);
+    reinterpret_cast<NPControlModuleEntry>(*entry)(NPThisModuleHost, address, result);
     return result;
 }

@@ -20,6 +20,12 @@ struct NPControlModuleHost {
     void (*log)(std::string_view line);
 };
 
+// This program's own.
+extern const NPControlModuleHost NPThisModuleHost;
+
+// The module's file.
+inline constexpr const char* NPBusModuleFile = "nightpane-dbus.so";
+
 using NPControlBusResult = std::expected<std::shared_ptr<NPControlBus>, std::string>;
 
 // The module's one entry point: connects to the bus at the address. The host outlives everything. Nothing is

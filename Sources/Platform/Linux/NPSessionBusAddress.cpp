@@ -102,6 +102,16 @@ std::optional<std::string> socketName(std::string_view address)
     return std::nullopt;
 }
 
+// None when there is no socket.
+std::optional<std::string> addressOfSocket(const std::string& path)
+{
+    struct stat information{};
+    if (::stat(path.c_str(), &information) != 0 || !S_ISSOCK(information.st_mode)) {
+        return std::nullopt;
+    }
+    return "unix:path=" + escapedForAddress(path);
+}
+
 std::error_code lastError()
 {
     return {errno, std::generic_category()};
@@ -142,24 +152,27 @@ std::optional<std::string> NPSessionBusAddress()
         return std::string(address);
     }
     const std::string_view folder = environmentValue("XDG_RUNTIME_DIR");
-    const std::string path = std::string(folder) + "/bus";
-    struct stat information{};
-    if (folder.empty() || ::stat(path.c_str(), &information) != 0 || !S_ISSOCK(information.st_mode)) {
-        return std::nullopt;
+    return folder.empty() ? std::nullopt : addressOfSocket(std::string(folder) + "/bus");
+}
+
+std::optional<std::string> NPSystemBusAddress()
+{
+    if (const std::string_view address = environmentValue("DBUS_SYSTEM_BUS_ADDRESS"); !address.empty()) {
+        return std::string(address);
     }
-    return "unix:path=" + escapedForAddress(path);
+    return addressOfSocket("/var/run/dbus/system_bus_socket"); // fixed by the D-Bus specification
 }
 
 // An address may list several buses; the first that works is used.
-std::expected<void, std::string> NPCheckBusIsAlive(const std::string& address)
+std::expected<void, std::string> NPCheckBusIsAlive(const std::string& address, const std::string& name)
 {
     std::error_code error = std::make_error_code(std::errc::address_not_available);
     for (const std::string_view one : split(address, ';')) {
-        const std::optional<std::string> name = socketName(one);
-        error = name ? greetBus(*name) : std::error_code();
+        const std::optional<std::string> socket = socketName(one);
+        error = socket ? greetBus(*socket) : std::error_code();
         if (!error) {
             return {};
         }
     }
-    return std::unexpected("the session bus cannot be reached: " + error.message());
+    return std::unexpected(name + " cannot be reached: " + error.message());
 }

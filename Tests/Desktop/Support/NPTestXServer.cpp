@@ -7,10 +7,12 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -153,7 +155,16 @@ void NPTestXServer::kill()
     if (const pid_t process = std::exchange(_process, 0); process > 0) {
         ::kill(process, SIGCONT);
         ::kill(process, SIGTERM); // it removes its socket and its lock
-        waitpid(process, nullptr, 0);
+        // Xorg deadlocks now and then on its way out.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (waitpid(process, nullptr, WNOHANG) == 0) {
+            if (std::chrono::steady_clock::now() > end) {
+                ::kill(process, SIGKILL);
+                waitpid(process, nullptr, 0);
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     }
 }
 

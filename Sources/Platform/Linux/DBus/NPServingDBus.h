@@ -2,7 +2,7 @@
 // at once, until it is destroyed or the bus goes.
 //
 // It wakes the loop only when the bus has something for us: every call of our own on such a connection is
-// synchronous or waits without limit, so no time-out is ever pending while the loop waits.
+// synchronous, waits without limit or is content with an answer that never comes, so no time-out need wake it.
 #pragma once
 
 #include "Platform/Linux/NPControlModule.h"
