@@ -281,7 +281,7 @@ TEST_F(NPHotKeysOfDesktopTest, DesktopWithoutShortcutsIsReportedAndTheRestWorks)
     const NPTestProgram engine = startEngine();
     const std::string line = "\nThe hot key of Night does not work: the desktop has no global shortcuts\n";
     EXPECT_TRUE(NPTestEventually([&] { return contains(command({"list"}), line); })) << command({"list"});
-    EXPECT_EQ(engine.errors(), "Hot keys do not work: the desktop has no global shortcuts\n");
+    EXPECT_EQ(engine.errors(), "nightpane-cli: Hot keys do not work: the desktop has no global shortcuts\n");
     command({"activate", "Night"});
     EXPECT_TRUE(becomes(0.8));
 }
@@ -291,5 +291,6 @@ TEST_F(NPHotKeysOfDesktopTest, WithoutASessionBusOneLineSaysSo)
     const NPTestVariable noBus("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
     const NPTestProgram engine({NP_TEST_CLI, "run"});
     EXPECT_TRUE(NPTestEventually([&] { return !engine.errors().empty(); }));
-    EXPECT_EQ(engine.errors(), "Hot keys do not work: there is no session bus to ask the desktop for them\n");
+    EXPECT_EQ(engine.errors(),
+              "nightpane-cli: Hot keys do not work: there is no session bus to ask the desktop for them\n");
 }
