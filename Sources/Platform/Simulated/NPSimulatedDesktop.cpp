@@ -17,9 +17,9 @@ public:
     Item(const Item&) = delete;
     Item& operator=(const Item&) = delete;
 
-    void setMenu(std::shared_ptr<NPMenu> menu) override
+    void setMenu(std::shared_ptr<NPMenu> statusMenu) override
     {
-        _bar.menu = std::move(menu);
+        _bar.menu = std::move(statusMenu);
         _bar._log.add("status item menu");
     }
     void setHighlightMode(bool highlight) override
