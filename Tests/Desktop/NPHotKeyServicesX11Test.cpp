@@ -339,6 +339,9 @@ TEST_F(NPHotKeyServicesX11Test, LossOfTheServerIsOneLineAndRefusesFromThenOn)
     EXPECT_EQ(logged, std::vector<std::string>{"Hot keys do not work any more: the X server at \""
                                                + server.displayName() + "\" has gone"});
     EXPECT_EQ(registerKey(keyF5, controlOption).error(), "the X server has gone");
+    const auto again = registerKey(keyD, controlOption); // as whoever held it does
+    ASSERT_FALSE(again);
+    EXPECT_EQ(again.error(), "the X server has gone");
     EXPECT_EQ(logged.size(), 1U);
 }
 

@@ -5,6 +5,8 @@
 
 namespace {
 
+constexpr const char* serverHasGone = "the X server has gone";
+
 std::string refusal(std::uint8_t error)
 {
     return error == XCB_ACCESS ? "another program has it"
@@ -24,6 +26,9 @@ std::set<NPKeyGrabsX11::Variant> NPKeyGrabsX11::_variants(const NPKeyGrabX11& gr
 
 std::expected<void, std::string> NPKeyGrabsX11::take(const NPKeyGrabX11& grab)
 {
+    if (_connection.isLost()) {
+        return std::unexpected(serverHasGone); // also what was held before
+    }
     std::vector<Variant> missing;
     std::ranges::set_difference(_variants(grab), _held, std::back_inserter(missing));
     if (missing.empty()) {
@@ -52,7 +57,7 @@ std::expected<void, std::string> NPKeyGrabsX11::_grab(const std::vector<Variant>
         for (const xcb_void_cookie_t cookie : cookies) {
             xcb_discard_reply(handle, cookie.sequence);
         }
-        return std::unexpected(_connection.isLost() ? "the X server has gone" : "the X server does not respond");
+        return std::unexpected(_connection.isLost() ? serverHasGone : "the X server does not respond");
     }
     std::expected<void, std::string> result;
     for (const xcb_void_cookie_t cookie : cookies) {
