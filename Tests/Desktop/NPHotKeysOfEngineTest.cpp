@@ -68,8 +68,9 @@ protected:
     static NPTestProgram startEngine()
     {
         NPTestProgram engine({NP_TEST_CLI, "run"});
-        const std::string itself = "process " + std::to_string(engine.process());
-        if (!NPTestEventually([&] { return contains(command({"status"}), itself); })) {
+        const std::string question = "dbus-send --session --print-reply=literal --dest=org.freedesktop.DBus / "
+                                     "org.freedesktop.DBus.NameHasOwner string:org.nightpane.Nightpane1";
+        if (!NPTestEventually([&] { return contains(NPTestOutputOf(question), "true"); })) {
             throw std::runtime_error("the engine does not start: " + engine.errors());
         }
         return engine;
