@@ -20,8 +20,8 @@ protected:
     using Strings = std::vector<std::string>;
 
     explicit NPHotKeyServicesPortalTest(bool isThereABackEnd = true)
+        : portalWords(NPTestPortalBackEnd::addPortal(bus, isThereABackEnd))
     {
-        NPTestPortalBackEnd::addPortal(bus, isThereABackEnd);
     }
 
     void open()
@@ -71,6 +71,7 @@ protected:
     }
 
     NPTestSessionBus bus;
+    std::vector<std::string> portalWords;
     Strings log;
     QXLogRedirection redirection{[this](std::string_view line) { log.emplace_back(line); }};
     NPMainLoopLinux loop;
@@ -241,7 +242,20 @@ TEST_F(NPHotKeyServicesPortalWithBackEndTest, PortalThatVanishesIsOneLineAndCanB
     EXPECT_EQ(log.size(), 1U);
 }
 
-TEST_F(NPHotKeyServicesPortalWithBackEndTest, SessionThatTheDesktopEndsIsOneLine)
+TEST_F(NPHotKeyServicesPortalWithBackEndTest, AnotherPortalThatTakesThePlaceIsAsked)
+{
+    open();
+    auto night = registerKey(keyD, "A", 1);
+    ASSERT_TRUE(turnUntilBound(1));
+    portalWords.emplace_back("--replace");
+    const NPTestProcess other(portalWords);
+    ASSERT_TRUE(turnUntil([&] { return events == "!!"; })); // lost, and can be had again
+    night = registerKey(keyD, "A", 2);
+    ASSERT_TRUE(turnUntilBound(2));
+    EXPECT_EQ(log, Strings{"Hot keys do not work: the desktop portal has gone"});
+}
+
+TEST_F(NPHotKeyServicesPortalWithBackEndTest, SessionThatTheDesktopEndsIsOneLineAndOthersCanBeHad)
 {
     open();
     const auto night = registerKey(keyD, "A", 1);
@@ -249,7 +263,9 @@ TEST_F(NPHotKeyServicesPortalWithBackEndTest, SessionThatTheDesktopEndsIsOneLine
     backEnd.endSession();
     ASSERT_TRUE(turnUntil([&] { return events == "!"; }));
     EXPECT_EQ(log, Strings{"Hot keys do not work: the desktop has ended them"});
-    EXPECT_EQ(refusalOf(keyF, "B"), "the desktop has ended them");
+    EXPECT_EQ(refusalOf(keyD, "A"), "the desktop has ended them");
+    const auto day = registerKey(keyF, "B", 2);
+    EXPECT_TRUE(turnUntilBound(2));
 }
 
 TEST_F(NPHotKeyServicesPortalWithBackEndTest, SameCombinationIsRefused)

@@ -51,7 +51,7 @@ NPTestPortalBackEnd::~NPTestPortalBackEnd()
     _thread.join();
 }
 
-void NPTestPortalBackEnd::addPortal(NPTestSessionBus& bus, bool isThereABackEnd)
+std::vector<std::string> NPTestPortalBackEnd::addPortal(NPTestSessionBus& bus, bool isThereABackEnd)
 {
     const std::filesystem::path portals = bus.folder() / "portals";
     std::filesystem::create_directory(portals);
@@ -60,9 +60,15 @@ void NPTestPortalBackEnd::addPortal(NPTestSessionBus& bus, bool isThereABackEnd)
             << "[portal]\nDBusName=" << busName
             << "\nInterfaces=org.freedesktop.impl.portal.GlobalShortcuts;\nUseIn=nightpanetest\n";
     }
-    bus.addActivatableService("org.freedesktop.portal.Desktop",
-                              "/usr/bin/env XDG_CURRENT_DESKTOP=nightpanetest XDG_DESKTOP_PORTAL_DIR="
-                                  + portals.string() + " /usr/libexec/xdg-desktop-portal");
+    std::vector<std::string> words{"/usr/bin/env", "XDG_CURRENT_DESKTOP=nightpanetest",
+                                   "XDG_DESKTOP_PORTAL_DIR=" + portals.string(),
+                                   "/usr/libexec/xdg-desktop-portal"};
+    std::string command;
+    for (const std::string& word : words) {
+        command += (command.empty() ? "" : " ") + word;
+    }
+    bus.addActivatableService("org.freedesktop.portal.Desktop", command);
+    return words;
 }
 
 NPTestPortalBackEnd::Answer NPTestPortalBackEnd::_createSession(const sdbus::ObjectPath& session)

@@ -26,8 +26,8 @@ public:
     NPTestPortalBackEnd& operator=(const NPTestPortalBackEnd&) = delete;
 
     // Has the bus start the real portal for whoever calls it, on a desktop that says it has this back end alone,
-    // or none at all.
-    static void addPortal(NPTestSessionBus& bus, bool isThereABackEnd);
+    // or none at all. Returns the words that start it.
+    static std::vector<std::string> addPortal(NPTestSessionBus& bus, bool isThereABackEnd);
 
     // For the questions to come: 0 grants, 1 is the user who cancels, 2 any other failure.
     void setResponse(std::uint32_t response);

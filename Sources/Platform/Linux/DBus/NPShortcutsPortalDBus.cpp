@@ -56,7 +56,7 @@ std::string reasonOf(const sdbus::Error& error)
 NPShortcutsPortalDBus::NPShortcutsPortalDBus(const std::string& address, NPMainLoopLinux& loop,
                                              const NPControlModuleHost& host, NPShortcutsHandlers handlers)
     : _connection(sdbus::createSessionBusConnectionWithAddress(address)), _mainQueue(loop),
-      _handlers(std::move(handlers)), _alive(std::make_shared<NPShortcutsPortalDBus*>(this))
+      _handlers(std::move(handlers)), _alive(std::make_shared<bool>(true))
 {
     _listenToPortal();
     _serving = NPServingDBus::start(_connection, loop, host, [this] { _fail("the session bus has gone"); });
@@ -72,9 +72,9 @@ void NPShortcutsPortalDBus::_listenToPortal()
     _bus = sdbus::createProxy(*_connection, busInterface, "/org/freedesktop/DBus");
     _bus->uponSignal("NameOwnerChanged")
         .onInterface(busInterface)
-        .call([this](const std::string& name, const std::string&, const std::string& owner) {
+        .call([this](const std::string& name, const std::string& former, const std::string& owner) {
             if (name == portalName) {
-                _takeOwnerChange(owner);
+                _takeOwnerChange(former, owner);
             }
         });
     _bus->finishRegistration();
@@ -104,12 +104,14 @@ void NPShortcutsPortalDBus::_listenToPortal()
     _portal->finishRegistration();
 }
 
-void NPShortcutsPortalDBus::_takeOwnerChange(const std::string& owner)
+// Another portal may take the name from the one that has our session, without a moment between the two.
+void NPShortcutsPortalDBus::_takeOwnerChange(const std::string& former, const std::string& owner)
 {
-    if (!owner.empty()) {
-        _handlers.restarted();
-    } else if (_session || _isBinding) {
+    if (!former.empty() && (_session || _isBinding)) {
         _fail("the desktop portal has gone");
+    }
+    if (!owner.empty()) {
+        _later([this] { _handlers.restarted(); });
     }
 }
 
@@ -166,7 +168,7 @@ void NPShortcutsPortalDBus::_takeSession(Details& results)
     }
     _session = sdbus::createProxy(*_connection, portalName, path);
     _session->uponSignal("Closed").onInterface(sessionInterface).call([this](const Details&) {
-        _fail("the desktop has ended them");
+        _abandon([this] { _handlers.refused("the desktop has ended them"); });
     });
     _session->finishRegistration();
     _bindShortcuts();
@@ -197,16 +199,12 @@ void NPShortcutsPortalDBus::_takeShortcuts(Details& results)
     _handlers.bound(isList ? _triggers(shortcuts->second.get<Shortcuts>()) : std::map<std::string, std::string>());
 }
 
-// What comes next replaces the object whose signal this is, so it has to wait until the signal is over.
 void NPShortcutsPortalDBus::_takeResponse(std::uint32_t response, Details results, TakeAnswer take)
 {
-    _mainQueue.performOnMain([alive = std::weak_ptr(_alive), response, results = std::move(results), take,
-                              number = _requestCount]() mutable {
-        const auto held = alive.lock();
-        if (!held || (*held)->_requestCount != number || !(*held)->_isBinding) {
-            return;
+    _later([this, response, results = std::move(results), take, number = _requestCount]() mutable {
+        if (_requestCount == number && _isBinding) {
+            _proceed(response, results, take);
         }
-        (*held)->_proceed(response, results, take);
     });
 }
 
@@ -248,12 +246,26 @@ void NPShortcutsPortalDBus::_endSession()
 
 void NPShortcutsPortalDBus::_fail(const std::string& reason)
 {
+    _abandon([this, reason] { _handlers.failed(reason); });
+}
+
+// The session is no more, and no answer counts any more.
+void NPShortcutsPortalDBus::_abandon(const std::function<void()>& tell)
+{
     _isBinding = false;
-    ++_requestCount; // no answer counts any more
-    _mainQueue.performOnMain([alive = std::weak_ptr(_alive), reason] {
-        if (const auto held = alive.lock()) {
-            (*held)->_session.reset();
-            (*held)->_handlers.failed(reason);
+    ++_requestCount;
+    _later([this, tell] {
+        _session.reset();
+        tell();
+    });
+}
+
+// What comes next may replace the object whose signal this is, so it has to wait until the signal is over.
+void NPShortcutsPortalDBus::_later(std::function<void()> work)
+{
+    _mainQueue.performOnMain([alive = std::weak_ptr(_alive), work = std::move(work)] {
+        if (alive.lock()) {
+            work();
         }
     });
 }

@@ -30,7 +30,7 @@ struct NPShortcutsHandlers {
     std::function<void(const std::string& name, double seconds)> activated;
     std::function<void(const std::string& name, double seconds)> deactivated;
 
-    // The shortcuts that were asked for are refused; others may be granted.
+    // The shortcuts that were asked for are refused, or have been taken away; others may be granted.
     std::function<void(std::string reason)> refused;
 
     // There are no shortcuts any more, or never were any. The portal may come back: then restarted() is called.
@@ -60,7 +60,7 @@ private:
     using TakeAnswer = void (NPShortcutsPortalDBus::*)(Details& results);
 
     void _listenToPortal();
-    void _takeOwnerChange(const std::string& owner);
+    void _takeOwnerChange(const std::string& former, const std::string& owner);
     void _createSession();
     void _takeSession(Details& results);
     void _bindShortcuts();
@@ -71,6 +71,8 @@ private:
     void _takeCallError(const sdbus::Error* error);
     void _endSession();
     void _fail(const std::string& reason);
+    void _abandon(const std::function<void()>& tell);
+    void _later(std::function<void()> work);
     static std::map<std::string, std::string> _triggers(const Shortcuts& shortcuts);
 
     const std::shared_ptr<sdbus::IConnection> _connection;
@@ -84,5 +86,5 @@ private:
     bool _isBinding = false;
     unsigned int _requestCount = 0;
     std::shared_ptr<NPServingDBus> _serving;
-    std::shared_ptr<NPShortcutsPortalDBus*> _alive; // for what is to be done in a later turn
+    std::shared_ptr<bool> _alive; // for what is to be done in a later turn
 };
