@@ -70,6 +70,10 @@ public:
     // have taken them.
     virtual void restoreColorSyncSettings() = 0;
 
+    // What a display that is not online has shown last may still be on it when it comes back, long after the
+    // program has ended: has it come back with its own tables. Nothing where tables do not outlast that.
+    virtual void restoreOfflineDisplays() {}
+
     // Waits until every write so far has been taken by the displays. False when they are gone.
     virtual bool finishWriting() = 0;
 

@@ -50,6 +50,7 @@ void NPScreenManager::setScreenManagementEnabled(bool enabled)
     for (const std::shared_ptr<NPScreenController>& controller : controllers) {
         controller->restoreGamma();
     }
+    _platform.displays.restoreOfflineDisplays();
     _profiles.endUpdate();
     _screenControllers.reset();
     _stopTransitionTimer();
@@ -255,6 +256,10 @@ void NPScreenManager::_displayDidChange(NPDisplayID display, std::uint32_t flags
     }
     if (const std::shared_ptr<NPScreenController> known = _knownScreenController(display)) {
         known->retriveGammaCurve();
+        // A group that was removed while the display was away can be asked for by nobody.
+        if (known->effect() && !_effectManager.groupWithIdentifier(known->effect()->identifier())) {
+            known->setActivation(false, nullptr, 0.0, _platform.clock.now());
+        }
     }
     const NPDisplayList online = _onlineDisplays();
     if (std::ranges::find(online, display) != online.end()) {

@@ -337,6 +337,88 @@ TEST(NPBaseTablesOfSeveralDisplaysX11, CrtcThatIsSwitchedOffWhileChangedIsRestor
     EXPECT_EQ(randr.gamma(crtc), ownTable);
 }
 
+namespace {
+
+// Two displays, of which the second shows half of its own table and has been switched off since.
+class NPBaseTablesOfAnOfflineDisplayX11 : public testing::Test {
+protected:
+    NPBaseTablesOfAnOfflineDisplayX11()
+    {
+        server.switchOn(2);
+        randr.setGamma("DUMMY1", ownTable);
+        crtc = randr.output("DUMMY1").crtc;
+        displays = NPTestOpen(server, loop);
+        showHalf(*displays, NPTestDisplay(*displays, "DUMMY1"));
+        server.xrandr("--output DUMMY1 --off");
+        EXPECT_TRUE(turnUntilThereAre(1));
+    }
+
+    bool turnUntilThereAre(std::size_t count)
+    {
+        return NPTestTurnUntil(loop, [&] { return displays->onlineDisplayList(10)->size() == count; });
+    }
+
+    void switchOn()
+    {
+        server.xrandr("--output DUMMY1 --mode 640x480 --right-of DUMMY0");
+        EXPECT_TRUE(turnUntilThereAre(2));
+        displays->finishWriting();
+    }
+
+    NPTestXServer server = NPTestXServer::xorg();
+    NPTestRandR randr{server.displayName()};
+    NPMainLoopLinux loop;
+    std::unique_ptr<NPDisplayServicesX11> displays;
+    xcb_randr_crtc_t crtc = 0;
+};
+
+} // namespace
+
+TEST_F(NPBaseTablesOfAnOfflineDisplayX11, ComesBackWithItsOwnWhenNobodyWantsAnother)
+{
+    ASSERT_EQ(randr.gamma(crtc), halfOf(ownTable));
+    switchOn();
+    EXPECT_EQ(randr.gamma("DUMMY1"), ownTable);
+    EXPECT_EQ(recordNames(randr), Names{});
+}
+
+TEST_F(NPBaseTablesOfAnOfflineDisplayX11, WhoHearsOfItsReturnSeesItsOwnAndWritesTheLastWord)
+{
+    const NPTestGamma wanted = NPTestSeededGamma(8);
+    std::optional<QXGammaTable> seen;
+    const auto subscription =
+        displays->registerReconfigurationCallback([&](NPDisplayID display, std::uint32_t flags) {
+            if ((flags & NPDisplayChangeAdd) != 0) {
+                displays->getDisplayTransferTable(display, seen.emplace());
+                displays->setDisplayTransferTable(display, NPTestRecordOf(wanted));
+            }
+        });
+    switchOn();
+    ASSERT_TRUE(seen);
+    EXPECT_TRUE(QXGammaTableEqual(*seen, NPTestRecordOf(ownTable)));
+    EXPECT_EQ(randr.gamma("DUMMY1"), wanted);
+    EXPECT_EQ(recordNames(randr), Names{recordName(randr, "DUMMY1")});
+}
+
+TEST_F(NPBaseTablesOfAnOfflineDisplayX11, RestoringOfflineDisplaysLeavesTheOthersAlone)
+{
+    showHalf(*displays);
+    const NPTestGamma shown = randr.gamma("DUMMY0");
+    displays->restoreOfflineDisplays();
+    displays->finishWriting();
+    EXPECT_EQ(randr.gamma(crtc), ownTable);
+    EXPECT_EQ(randr.gamma("DUMMY0"), shown);
+    EXPECT_EQ(recordNames(randr), Names{recordName(randr, "DUMMY0")});
+}
+
+TEST_F(NPBaseTablesOfAnOfflineDisplayX11, WhatAnEarlierRunLeftOnStaysOnWhenTheNextOpens)
+{
+    server.xrandr("--output DUMMY1 --mode 640x480 --right-of DUMMY0");
+    const auto next = NPTestOpen(server, loop);
+    next->finishWriting();
+    EXPECT_EQ(randr.gamma("DUMMY1"), halfOf(ownTable));
+}
+
 TEST(NPBaseTablesOfSeveralDisplaysX11, DisplayTakesItsTableAlongToAnotherCrtc)
 {
     const NPTestXServer server = NPTestXServer::xorg();

@@ -102,6 +102,7 @@ protected:
 
 class NPCommandLineBusTest : public NPCommandLineTest {
 protected:
+    using NPCommandLineTest::NPCommandLineTest;
     NPTestSessionBus bus;
 };
 
@@ -352,6 +353,67 @@ TEST_F(NPCommandLineScreensTest, AnEffectActsOnItsScreensAlone)
     EXPECT_EQ(randr.gamma("DUMMY1"), dimmedBy20());
     EXPECT_EQ(randr.gamma("DUMMY2"), NPTestIdentityGamma());
     EXPECT_EQ(run({"list"}).output.find("mixed"), std::string::npos);
+}
+
+// A screen that shows an effect when it is switched off.
+class NPCommandLineOfflineScreenTest : public NPCommandLineBusTest {
+protected:
+    NPCommandLineOfflineScreenTest() : NPCommandLineBusTest(NPTestXServer::xorg())
+    {
+        server.switchOn(2);
+        randr.setGamma("DUMMY0", NPTestIdentityGamma());
+        randr.setGamma("DUMMY1", NPTestIdentityGamma());
+        crtc = randr.output("DUMMY1").crtc;
+        EXPECT_EQ(run({"new", "Night", "dim=20%"}).status, 0);
+        EXPECT_EQ(run({"activate", "Night", "--fade", "none"}).status, 0);
+    }
+
+    // With an engine that has noticed.
+    NPTestProgram startEngineAndSwitchOff() const
+    {
+        NPTestProgram engine = startEngine();
+        EXPECT_TRUE(NPTestEventually([&] { return run({"status"}).output.find(" runs ") != std::string::npos; }));
+        EXPECT_TRUE(NPTestEventually([&] { return randr.gamma("DUMMY1") == dimmedBy20(); }));
+        server.xrandr("--output DUMMY1 --off");
+        EXPECT_TRUE(NPTestEventually([&] { return run({"screens"}).output.find("DUMMY1") == std::string::npos; }));
+        return engine;
+    }
+
+    void switchOn() const { server.xrandr("--output DUMMY1 --mode 640x480 --right-of DUMMY0"); }
+
+    xcb_randr_crtc_t crtc = 0;
+};
+
+TEST_F(NPCommandLineOfflineScreenTest, ComesBackAsItIsWhenTheEffectHasGone)
+{
+    const NPTestProgram engine = startEngineAndSwitchOff();
+    ASSERT_EQ(run({"remove", "Night"}).status, 0);
+    switchOn();
+    EXPECT_TRUE(NPTestEventually([&] { return randr.gamma("DUMMY1") == NPTestIdentityGamma(); }));
+}
+
+TEST_F(NPCommandLineOfflineScreenTest, IsGivenBackBySwitchingOffThroughAnEngine)
+{
+    const NPTestProgram engine = startEngineAndSwitchOff();
+    ASSERT_EQ(run({"off"}).status, 0);
+    EXPECT_TRUE(NPTestEventually([&] { return randr.gamma(crtc) == NPTestIdentityGamma() && !hasRecords(); }));
+}
+
+TEST_F(NPCommandLineOfflineScreenTest, IsGivenBackBySwitchingOffAlone)
+{
+    server.xrandr("--output DUMMY1 --off");
+    ASSERT_EQ(randr.gamma(crtc), dimmedBy20());
+    ASSERT_EQ(run({"off"}).status, 0);
+    EXPECT_EQ(randr.gamma(crtc), NPTestIdentityGamma());
+    EXPECT_FALSE(hasRecords());
+}
+
+TEST_F(NPCommandLineOfflineScreenTest, ComesBackWithTheEffectThatIsStillOn)
+{
+    const NPTestProgram engine = startEngineAndSwitchOff();
+    switchOn();
+    ASSERT_TRUE(NPTestEventually([&] { return run({"screens"}).output.find("DUMMY1") != std::string::npos; }));
+    EXPECT_TRUE(NPTestEventually([&] { return randr.gamma("DUMMY1") == dimmedBy20(); }));
 }
 
 TEST_F(NPCommandLinePluggingTest, AScreenPluggedInWhileAnEffectIsOnShowsIt)

@@ -167,6 +167,18 @@ TEST_F(NPScreenManagerSwitchTest, DisplayPluggedInAgainHasMissedNothing)
     EXPECT_EQ(stateDate("2"), dateOf("2026-03-01T22:00:00Z"));
 }
 
+TEST_F(NPScreenManagerSwitchTest, DisplayPluggedInAfterTheRemovalOfItsGroupShowsNothing)
+{
+    switchOn();
+    activate(0);
+    platform.displays.unplug(2);
+    const auto removed = sharedEffectManager()->removeGroupAtIndex(0);
+    manager().deactivateEffectGroup(removed, NPTransitionKind::none, now());
+    platform.displays.plugAgain(2);
+    EXPECT_EQ(white(2), 1.0F);
+    EXPECT_EQ(manager().screenControllers()->back()->isActive(), false);
+}
+
 TEST_F(NPScreenManagerSwitchTest, DisplayPluggedInDuringAFadeDoesNotDisturbIt)
 {
     switchOn();

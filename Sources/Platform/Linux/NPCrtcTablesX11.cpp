@@ -57,7 +57,7 @@ void NPCrtcTablesX11::adopt(const NPLayoutX11& layout, const DisplayOfCrtc& disp
             _prepareRestoring(*crtc);
         }
     }
-    sendHeldTables();
+    _hasAdopted = true;
 }
 
 void NPCrtcTablesX11::_adoptCrtc(const NPCrtcX11& source, NPDisplayID display, const NPLayoutX11& layout)
@@ -88,7 +88,12 @@ void NPCrtcTablesX11::_adoptCrtc(const NPCrtcX11& source, NPDisplayID display, c
     } else if (crtc.display != display && !crtc.isChanged) {
         crtc.base.reset();
     }
+    // What an earlier run left on stays on at the start; whether it shall is decided by who has opened us.
+    const bool isNewHere = display != 0 && crtc.display != display && _hasAdopted;
     crtc.display = display;
+    if (isNewHere) {
+        _prepareRestoring(crtc);
+    }
 }
 
 void NPCrtcTablesX11::forgetReadTables()
@@ -166,6 +171,16 @@ void NPCrtcTablesX11::restoreBaseTables()
 {
     for (auto& [identifier, crtc] : _crtcs) {
         _prepareRestoring(crtc);
+    }
+    sendHeldTables();
+}
+
+void NPCrtcTablesX11::restoreIdleBaseTables()
+{
+    for (auto& [identifier, crtc] : _crtcs) {
+        if (crtc.display == 0) {
+            _prepareRestoring(crtc);
+        }
     }
     sendHeldTables();
 }

@@ -27,7 +27,10 @@ public:
     // Takes over what was read about the CRTCs. `displayOfCrtc` says whose table a CRTC shows (0: nobody's).
     // A CRTC's own table is, in this order, the recorded one of the display that it drives now, whichever
     // CRTC it was recorded for; the one recorded for the CRTC; else the one that it shows. A CRTC that a
-    // display has left for another one gets its own table back.
+    // display has left for another one gets its own table back, and so does, except the first time, one that
+    // drives a display that it did not drive before: gamma tables survive while a CRTC is off, and nobody need
+    // want on the display what was last on the CRTC. Both are held, so that whoever hears of the display first
+    // can have it show something else at once.
     void adopt(const NPLayoutX11& layout, const DisplayOfCrtc& displayOfCrtc);
 
     // Tables that were read with the layout are good for the turn of the main loop in which that was; later
@@ -55,6 +58,9 @@ public:
     // Writes every own table back that is not shown, also on CRTCs that drive nothing.
     void restoreBaseTables();
 
+    // The same on the CRTCs alone that drive nothing.
+    void restoreIdleBaseTables();
+
 private:
     struct BaseTable {
         NPHardwareTable hardware;
@@ -70,8 +76,8 @@ private:
         std::optional<BaseTable> base;
         NPHardwareTable next; // the newest to be shown
         bool nextIsBase = false;
-        bool isHeld = false;     // `next` has not been sent
-        bool isChanged = false;  // shows another table than its own, or may do so
+        bool isHeld = false; // `next` has not been sent
+        bool isChanged = false; // shows another table than its own, or may do so
         bool isRecorded = false; // there is a record of `base`, by this run
     };
 
@@ -88,4 +94,5 @@ private:
     NPDisplayGuard* const _guard;
     const std::uint64_t _owner;
     std::map<xcb_randr_crtc_t, Crtc> _crtcs;
+    bool _hasAdopted = false;
 };

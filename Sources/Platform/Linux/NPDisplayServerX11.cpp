@@ -75,6 +75,7 @@ std::expected<void, std::string> NPDisplayServerX11::_begin()
         return std::unexpected(server + "is Xwayland, which stores gamma tables but applies none");
     }
     _adopt(*layout);
+    _tables.sendHeldTables();
     if (std::ranges::all_of(_displays, [](const auto& display) { return display.tableSize == 0; })
         && !_displays.empty()) {
         QXLog(server + "has no gamma tables: effects cannot be shown");
@@ -110,6 +111,7 @@ void NPDisplayServerX11::_prepareToWait()
     while (_events.any && _connection.isResponding() && _updateLayout()) {
         _takeEvents(xcb_poll_for_queued_event);
     }
+    // Held because there was no room, or for a display that has just been announced.
     if (_tables.holdsTables()) {
         _tables.sendHeldTables();
     }

@@ -121,6 +121,11 @@ void NPDisplayServicesX11::restoreColorSyncSettings()
     _server->finishWriting();
 }
 
+void NPDisplayServicesX11::restoreOfflineDisplays()
+{
+    _server->tables().restoreIdleBaseTables();
+}
+
 bool NPDisplayServicesX11::isChanged() const
 {
     return _server->tables().isChanged();

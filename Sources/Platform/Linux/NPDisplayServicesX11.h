@@ -48,6 +48,8 @@ public:
     // of those that another run of the program has left changed.
     void restoreColorSyncSettings() override;
 
+    void restoreOfflineDisplays() override;
+
     // Whether a CRTC shows another table than its own, left by this run or an earlier one.
     bool isChanged() const;
 
