@@ -9,6 +9,7 @@
 #include "Engine/NPSession.h"
 #include "Foundation/QXSharedScope.h"
 #include "Platform/Linux/NPControlBus.h"
+#include "Platform/Linux/NPDisplayGuard.h"
 #include "Platform/Linux/NPResourcesLinux.h"
 #include "Shell/NPLocalControl.h"
 
@@ -135,6 +136,9 @@ int printText(const std::string& text)
 int main(int argc, char** argv)
 {
     const QXLogRedirection log = NPPrintLog();
+    if (NPDisplayGuard::runsAsGuard(argc, argv)) {
+        return exitDone;
+    }
     const auto arguments = NPParseArguments(std::vector<std::string>(argv + 1, argv + argc));
     if (!arguments) {
         NPPrintError(arguments.error());

@@ -104,6 +104,9 @@ NPEngine::NPEngine(std::unique_ptr<NPDisplayGuard> guard, std::unique_ptr<NPEndS
                    std::optional<NPInstanceLock> lock, std::unique_ptr<NPSession> session)
     : _guard(std::move(guard)), _signals(std::move(signals)), _lock(std::move(lock)), _session(std::move(session))
 {
+    if (_guard) {
+        _guard->watchProcess(_session->loop());
+    }
     const NPPlatform& platform = _session->platform();
     NPInstallPlatform(platform);
     _controller = std::make_shared<NPAppController>(platform, *sharedEffectManager(), *sharedScreenManager());

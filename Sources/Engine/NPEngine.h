@@ -1,7 +1,7 @@
 // The engine of a session: the displays, the settings, the effects and what runs them, with its presence on the
 // session bus. Two programs put a face on it: nightpane-cli run prints what happens, nightpane has windows.
 //
-// start() comes first in main(), launch() puts the first tables on the screens, serve() makes the engine known to
+// After NPDisplayGuard::runsAsGuard(), start() comes first in main(); launch() puts the first tables on the screens, serve() makes the engine known to
 // others; then the program runs the loop of the session, by itself or from another loop, until it is told to end, and
 // calls finish().
 #pragma once

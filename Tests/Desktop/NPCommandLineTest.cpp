@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 
 namespace {
 
@@ -38,6 +39,25 @@ NPTestGamma dimmedBy20()
 long lines(const std::string& text)
 {
     return std::ranges::count(text, '\n');
+}
+
+// The numbers of a process's children, each followed by a space.
+std::string childrenOf(pid_t process)
+{
+    const std::string number = std::to_string(process);
+    std::string children;
+    std::getline(std::ifstream("/proc/" + number + "/task/" + number + "/children"), children);
+    return children;
+}
+
+// What a process calls itself, given as the first of such a list; empty when there is none.
+std::string nameOf(const std::string& children)
+{
+    std::string name;
+    if (!children.empty()) {
+        std::getline(std::ifstream("/proc/" + std::to_string(std::stoi(children)) + "/comm"), name);
+    }
+    return name;
 }
 
 class NPCommandLineTest : public testing::Test {
@@ -187,6 +207,42 @@ TEST_F(NPCommandLineAloneTest, AKilledEngineLeavesNoScreenChanged)
         EXPECT_EQ(engine.wait(), -SIGKILL);
         EXPECT_TRUE(NPTestEventually([&] { return gamma() == NPTestIdentityGamma() && !hasRecords(); }));
     }
+}
+
+TEST_F(NPCommandLineAloneTest, AGuardThatIsKilledIsReplacedByAnother)
+{
+    ASSERT_EQ(run({"new", "Night", "dim=20%"}).status, 0);
+    ASSERT_EQ(run({"activate", "Night", "--fade", "none"}).status, 0);
+    NPTestProgram engine = startEngine();
+    ASSERT_TRUE(NPTestEventually([&] { return gamma() == dimmedBy20(); }));
+    for (long round = 1; round <= 2; ++round) {
+        const std::string former = childrenOf(engine.process());
+        ::kill(std::stoi(former), SIGKILL);
+        ASSERT_TRUE(NPTestEventually([&] {
+            const std::string children = childrenOf(engine.process());
+            return !children.empty() && children != former && nameOf(children) == "nightpane-guard";
+        })) << engine.errors();
+        EXPECT_TRUE(NPTestEventually([&] { return lines(engine.errors()) == round; })) << engine.errors();
+    }
+    EXPECT_NE(engine.errors().find("another one has taken its place"), std::string::npos) << engine.errors();
+    engine.signal(SIGKILL);
+    EXPECT_EQ(engine.wait(), -SIGKILL);
+    EXPECT_TRUE(NPTestEventually([&] { return gamma() == NPTestIdentityGamma() && !hasRecords(); }));
+}
+
+TEST_F(NPCommandLineAloneTest, AnEngineWithAReplacedGuardEndsAsAnyOther)
+{
+    NPTestProgram engine = startEngine();
+    const std::string former = childrenOf(engine.process());
+    ::kill(std::stoi(former), SIGKILL);
+    ASSERT_TRUE(NPTestEventually([&] {
+        const std::string children = childrenOf(engine.process());
+        return children != former && nameOf(children) == "nightpane-guard";
+    }));
+    const int guard = std::stoi(childrenOf(engine.process()));
+    engine.signal(SIGTERM);
+    EXPECT_EQ(engine.wait(), 0);
+    EXPECT_TRUE(NPTestEventually([&] { return ::kill(guard, 0) != 0; }));
 }
 
 TEST_F(NPCommandLineAloneTest, ASecondEngineIsRefused)

@@ -1,10 +1,11 @@
 #include "Platform/Linux/NPDisplayGuard.h"
 
 #include "Foundation/QXLog.h"
-#include "Platform/Linux/NPDisplayRecoveryX11.h"
 
 #include <fcntl.h>
 #include <poll.h>
+#include <spawn.h>
+#include <sys/epoll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -16,6 +17,7 @@
 #include <csignal>
 #include <cstring>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -29,6 +31,7 @@ struct MessageHeader {
     std::uint32_t size; // of the content
 };
 
+constexpr const char* guardName = "nightpane-guard";
 constexpr int guardChannel = 3; // the guard's descriptor of the channel
 constexpr int recoveryAttempts = 30;
 constexpr int goodbyeMilliseconds = 100; // for the guard to end; it takes a fraction of one
@@ -82,7 +85,7 @@ private:
 
 void Guard::leaveSession() const
 {
-    prctl(PR_SET_NAME, "nightpane-guard");
+    prctl(PR_SET_NAME, guardName);
     setsid();
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGUSR1, SIGUSR2}) {
         std::signal(number, SIG_IGN);
@@ -144,6 +147,66 @@ void Guard::_takeBaseTable(std::span<const std::uint8_t> content)
     }
 }
 
+// Whether main() lets the program become a guard.
+bool isProgramPrepared = false;
+
+struct Channel {
+    NPFileDescriptor ours;
+    NPFileDescriptor guards;
+};
+
+std::optional<Channel> makeChannel()
+{
+    std::array<int, 2> ends{-1, -1};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        return std::nullopt;
+    }
+    return Channel{NPFileDescriptor(ends[0]), NPFileDescriptor(ends[1])};
+}
+
+// The program itself, from its beginning: nothing but that is safe in a child of a process with threads. -1 when it
+// cannot be.
+pid_t spawnGuard(int channel)
+{
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_init(&attributes);
+    posix_spawn_file_actions_adddup2(&actions, channel, guardChannel);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDWR, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_RDWR, 0);
+    posix_spawn_file_actions_addclosefrom_np(&actions, guardChannel + 1);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+    std::string name = guardName;
+    std::array<char*, 2> arguments{name.data(), nullptr};
+    pid_t process = -1;
+    if (posix_spawn(&process, "/proc/self/exe", &actions, &attributes, arguments.data(), environ) != 0) {
+        process = -1;
+    }
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    return process;
+}
+
+void reap(pid_t process)
+{
+    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+// Whether the other end closes within the time; what comes before that is of no interest.
+bool waitForEnd(int channel, int milliseconds)
+{
+    pollfd item{channel, POLLIN, 0};
+    while (poll(&item, 1, milliseconds) > 0) {
+        char unread = 0;
+        if (::recv(channel, &unread, sizeof unread, MSG_DONTWAIT) <= 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // A descriptor of ours must not stand where the log, or anybody else, expects standard error.
 void fillStandardDescriptors()
 {
@@ -167,66 +230,102 @@ void keepOwnDescriptorsOnly(int channel)
 
 } // namespace
 
+bool NPDisplayGuard::runsAsGuard(int argumentCount, const char* const* arguments)
+{
+    isProgramPrepared = true;
+    if (argumentCount != 1 || std::string_view(arguments[0]) != guardName) {
+        return false;
+    }
+    Guard guard;
+    guard.leaveSession();
+    const char hasBegun = 1;
+    if (::send(guardChannel, &hasBegun, sizeof hasBegun, MSG_NOSIGNAL) == sizeof hasBegun) {
+        guard.run();
+    }
+    return true;
+}
+
 std::unique_ptr<NPDisplayGuard> NPDisplayGuard::start()
 {
     fillStandardDescriptors();
-    std::array<int, 2> ends{-1, -1};
-    const bool isConnected = socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0;
-    NPFileDescriptor channel(ends[0]);
-    NPFileDescriptor guardEnd(ends[1]);
-    const pid_t process = isConnected ? fork() : -1;
+    std::optional<Channel> channel = makeChannel();
+    const pid_t process = channel ? fork() : -1;
     if (process < 0) {
         QXLog("There is no guard process, a crash will leave the displays as they are; "
               + std::error_code(errno, std::generic_category()).message());
         return nullptr;
     }
     if (process == 0) {
-        keepOwnDescriptorsOnly(guardEnd.get());
+        keepOwnDescriptorsOnly(channel->guards.get());
         Guard guard;
         guard.leaveSession();
         guard.run();
         _exit(0); // what this process was before is not to be torn down twice
     }
-    return std::unique_ptr<NPDisplayGuard>(new NPDisplayGuard(std::move(channel), process));
+    return std::unique_ptr<NPDisplayGuard>(new NPDisplayGuard(std::move(channel->ours), process));
+}
+
+void NPDisplayGuard::watchProcess(NPMainLoopLinux& loop)
+{
+    _loop = &loop;
+    _watchChannel();
 }
 
 void NPDisplayGuard::watchDisplay(const std::string& displayName, std::uint64_t owner, std::uint32_t ownerWindow)
 {
-    std::vector<std::uint8_t> content;
-    append(content, owner);
-    append(content, ownerWindow);
-    content.insert(content.end(), displayName.begin(), displayName.end());
-    _send(displayMessage, content);
+    _told.displayName = displayName;
+    _told.owner = owner;
+    _told.ownerWindow = ownerWindow;
+    if (!_tellDisplay()) {
+        _replace();
+    }
 }
 
 void NPDisplayGuard::holdBaseTable(std::uint32_t crtc, const NPBaseRecordX11& record)
+{
+    _told.baseRecords.insert_or_assign(crtc, record);
+    if (!_tellBaseTable(crtc, record)) {
+        _replace();
+    }
+}
+
+void NPDisplayGuard::goodbye()
+{
+    _channelWatch.reset();
+    if (!_channel) {
+        return;
+    }
+    // The channel closes as the guard ends: no process is left behind, unless somebody has stopped it.
+    if (!_send(goodbyeMessage, {}) || waitForEnd(_channel.get(), goodbyeMilliseconds)) {
+        reap(_process);
+    }
+    _channel.reset();
+}
+
+bool NPDisplayGuard::_tellDisplay()
+{
+    std::vector<std::uint8_t> content;
+    append(content, _told.owner);
+    append(content, _told.ownerWindow);
+    content.insert(content.end(), _told.displayName.begin(), _told.displayName.end());
+    return _send(displayMessage, content);
+}
+
+bool NPDisplayGuard::_tellBaseTable(std::uint32_t crtc, const NPBaseRecordX11& record)
 {
     std::vector<std::uint8_t> content;
     append(content, crtc);
     for (const std::uint16_t item : NPBaseRecordX11Encode(record)) {
         append(content, item);
     }
-    _send(baseTableMessage, content);
+    return _send(baseTableMessage, content);
 }
 
-void NPDisplayGuard::goodbye()
-{
-    _send(goodbyeMessage, {});
-    if (!_channel) {
-        return;
-    }
-    // The channel closes as the guard ends: no process is left behind, unless somebody has stopped it.
-    pollfd item{_channel.get(), POLLIN, 0};
-    if (poll(&item, 1, goodbyeMilliseconds) > 0) {
-        waitpid(_process, nullptr, 0);
-    }
-    _channel.reset();
-}
-
-void NPDisplayGuard::_send(std::uint32_t kind, std::span<const std::uint8_t> content)
+// False when the guard has gone.
+bool NPDisplayGuard::_send(std::uint32_t kind, std::span<const std::uint8_t> content)
 {
     if (!_channel) {
-        return;
+        return true; // it was lost before, and nobody took its place
     }
     std::vector<std::uint8_t> message;
     append(message, MessageHeader{kind, static_cast<std::uint32_t>(content.size())});
@@ -236,10 +335,61 @@ void NPDisplayGuard::_send(std::uint32_t kind, std::span<const std::uint8_t> con
         if (count >= 0) {
             rest = rest.subspan(static_cast<std::size_t>(count));
         } else if (errno != EINTR) {
-            QXLog("The guard process has gone, a crash will leave the displays as they are");
-            waitpid(_process, nullptr, WNOHANG);
-            _channel.reset();
-            return;
+            return false;
         }
     }
+    return true;
+}
+
+void NPDisplayGuard::_watchChannel()
+{
+    _channelWatch.reset();
+    if (_loop != nullptr && _channel) {
+        _channelWatch =
+            _loop->watchFileDescriptor(_channel.get(), EPOLLIN, [this](std::uint32_t) { _channelIsReady(); });
+    }
+}
+
+// One byte comes when a process has become a guard. After that there is nothing but the end.
+void NPDisplayGuard::_channelIsReady()
+{
+    char byte = 0;
+    const ssize_t count = ::recv(_channel.get(), &byte, sizeof byte, MSG_DONTWAIT);
+    if (count > 0) {
+        _hasBegun = true;
+    } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+        _replace();
+    }
+}
+
+void NPDisplayGuard::_replace()
+{
+    _channelWatch.reset();
+    _channel.reset();
+    reap(_process);
+    // One that ended before it began would do so again: the program, or a library, is no longer on the disk.
+    const bool isReplaced = isProgramPrepared && _hasBegun && _startAnother();
+    QXLog(isReplaced ? "The guard process has gone; another one has taken its place"
+                     : "The guard process has gone, a crash will leave the displays as they are");
+}
+
+bool NPDisplayGuard::_startAnother()
+{
+    std::optional<Channel> channel = makeChannel();
+    _process = channel ? spawnGuard(channel->guards.get()) : -1;
+    if (_process < 0) {
+        return false;
+    }
+    _channel = std::move(channel->ours);
+    _hasBegun = false;
+    bool isTold = _tellDisplay();
+    for (const auto& [crtc, record] : _told.baseRecords) {
+        isTold = isTold && _tellBaseTable(crtc, record);
+    }
+    if (!isTold) {
+        _channel.reset();
+        reap(_process);
+    }
+    _watchChannel();
+    return isTold;
 }

@@ -7,11 +7,12 @@
 // terminal, no working folder, no descriptor but standard error. It does not end by the signals that end a
 // session or a service; it ends with this process.
 //
-// The guard may end, or be killed, without harm: this process goes on.
+// The guard may end, or be killed, without harm: this process goes on, and starts another guard.
 #pragma once
 
-#include "Platform/Linux/NPBaseRecordX11.h"
+#include "Platform/Linux/NPDisplayRecoveryX11.h"
 #include "Platform/Linux/NPFileDescriptor.h"
+#include "Platform/Linux/NPMainLoopLinux.h"
 
 #include <cstdint>
 #include <memory>
@@ -20,6 +21,11 @@
 
 class NPDisplayGuard {
 public:
+    // To be called first of all in main(). True when this process was started to take a lost guard's place: it
+    // has done so until the end, and is to end now. A program that does not call this goes on without a guard
+    // when it loses its own.
+    static bool runsAsGuard(int argumentCount, const char* const* arguments);
+
     // Forks: to be called at the very beginning, while there is one thread and nothing in memory that the
     // guard would keep. Opens /dev/null for standard descriptors that are closed. None when there can be no
     // guard; one line in the log says why.
@@ -29,6 +35,10 @@ public:
     ~NPDisplayGuard() = default;
     NPDisplayGuard(const NPDisplayGuard&) = delete;
     NPDisplayGuard& operator=(const NPDisplayGuard&) = delete;
+
+    // Has the loop notice at once when the guard is lost; otherwise it is noticed with the next table for it.
+    // One line in the log tells of the loss.
+    void watchProcess(NPMainLoopLinux& loop);
 
     // Which X server to go to (empty: the one in DISPLAY), how this process marks its records there, and the
     // window that marks its connection. Once, before holdBaseTable().
@@ -47,8 +57,18 @@ public:
 private:
     NPDisplayGuard(NPFileDescriptor channel, int process) : _channel(std::move(channel)), _process(process) {}
 
-    void _send(std::uint32_t kind, std::span<const std::uint8_t> content);
+    bool _send(std::uint32_t kind, std::span<const std::uint8_t> content);
+    bool _tellDisplay();
+    bool _tellBaseTable(std::uint32_t crtc, const NPBaseRecordX11& record);
+    void _watchChannel();
+    void _channelIsReady();
+    void _replace();
+    bool _startAnother();
 
     NPFileDescriptor _channel;
-    const int _process;
+    int _process;
+    bool _hasBegun = true; // it is a guard by now, and not still a process that is to become one
+    NPDisplayRecoveryX11 _told; // what the guard knows
+    NPMainLoopLinux* _loop = nullptr;
+    NPWatch _channelWatch;
 };
