@@ -10,6 +10,7 @@
 #include "Foundation/QXSharedScope.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayGuard.h"
+#include "Platform/Linux/NPDisplayOwnerX11.h"
 #include "Platform/Linux/NPResourcesLinux.h"
 #include "Shell/NPLocalControl.h"
 
@@ -102,6 +103,27 @@ int runCommandHere(const NPArguments& arguments, std::optional<int> instance)
     return performHere(arguments, **session, instance);
 }
 
+// An engine that the session bus does not know of: it has the lock of our session, or drives our displays from
+// another session.
+std::optional<NPDisplayOwnerX11> unreachableEngine()
+{
+    if (const std::optional<int> process = NPInstanceLock::holder()) {
+        return NPDisplayOwnerX11{*process, {}};
+    }
+    return NPFindDisplayOwnerX11("");
+}
+
+std::string refusal(const NPDisplayOwnerX11& engine)
+{
+    std::string line =
+        "Nightpane is running" + NPDisplayOwnerText(engine) + " but cannot be reached over the session bus";
+    if (engine.process > 0) {
+        line += (engine.host.empty() ? "; end it with: kill " : "; end it there with: kill ")
+                + std::to_string(engine.process);
+    }
+    return line;
+}
+
 int runCommand(const NPArguments& arguments)
 {
     if (arguments.platform.starts_with("simulated")) {
@@ -111,16 +133,15 @@ int runCommand(const NPArguments& arguments)
         return runCommandThere(arguments, *instance);
     }
     if (!NPCommandChangesSomething(arguments)) {
-        return runCommandHere(arguments, NPInstanceLock::holder());
+        const std::optional<NPDisplayOwnerX11> engine = unreachableEngine();
+        return runCommandHere(arguments, engine ? std::optional(engine->process) : std::nullopt);
     }
     const auto lock = NPChangeLock::take(); // until all is written
     if (!lock) {
         return fail(lock.error());
     }
-    if (const std::optional<int> process = NPInstanceLock::holder()) {
-        const std::string number = std::to_string(*process);
-        return fail("Nightpane is running (process " + number
-                    + ") but cannot be reached over the session bus; end it with: kill " + number);
+    if (const std::optional<NPDisplayOwnerX11> engine = unreachableEngine()) {
+        return fail(refusal(*engine));
     }
     return runCommandHere(arguments, std::nullopt);
 }

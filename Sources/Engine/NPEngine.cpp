@@ -4,6 +4,7 @@
 #include "Foundation/QXLog.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayGuard.h"
+#include "Platform/Linux/NPDisplayOwnerX11.h"
 
 #include <csignal>
 #include <cstdio>
@@ -53,7 +54,8 @@ public:
         _bus = *bus;
         auto published = _bus->publish(_control, _session.loop());
         if (!published) {
-            QXLog(published.error());
+            _isSecond = _bus->runningInstance() != nullptr;
+            QXLog((_isSecond ? "Nightpane is already running: " : "") + published.error());
             return;
         }
         _export = std::move(*published);
@@ -61,6 +63,9 @@ public:
     }
 
     const std::shared_ptr<NPControlBus>& bus() const { return _bus; } // nullptr when there is none
+
+    // Whether another engine has this bus, with other displays: no command could tell which of the two it is for.
+    bool isSecond() const { return _isSecond; }
 
 private:
     void _observe()
@@ -98,6 +103,7 @@ private:
     QXNotificationObserver _observer;
     std::optional<QXValue> _groups;
     bool _active = false;
+    bool _isSecond = false;
 };
 
 NPEngine::NPEngine(std::unique_ptr<NPDisplayGuard> guard, std::unique_ptr<NPEndSignals> signals,
@@ -131,12 +137,15 @@ std::expected<std::unique_ptr<NPEngine>, NPEngineFailure> NPEngine::start(const 
     };
     auto signals = std::make_unique<NPEndSignals>();
     std::optional<NPInstanceLock> lock;
+    // A command that is at work ends before the settings are read; later ones will see that we run, by the lock in our
+    // session, by the displays in others.
+    std::unique_ptr<NPChangeLock> change;
     if (isReal) {
-        // A command that is at work ends before the settings are read; later ones will see that we run.
-        const auto change = NPChangeLock::take();
-        if (!change) {
-            return failed(false, change.error());
+        auto mayChange = NPChangeLock::take();
+        if (!mayChange) {
+            return failed(false, mayChange.error());
         }
+        change = std::make_unique<NPChangeLock>(std::move(*mayChange));
         auto taken = NPInstanceLock::take();
         if (!taken) {
             return failed(NPInstanceLock::holder().has_value(), taken.error());
@@ -144,6 +153,10 @@ std::expected<std::unique_ptr<NPEngine>, NPEngineFailure> NPEngine::start(const 
         lock = std::move(*taken);
     }
     auto session = NPSession::open(platform, need, guard.get());
+    const bool hasDisplays = session && (*session)->platformName() != "none";
+    if (const auto owner = hasDisplays || !isReal ? std::nullopt : NPFindDisplayOwnerX11("")) {
+        return failed(true, "Nightpane is already running" + NPDisplayOwnerText(*owner));
+    }
     if (!session) {
         return failed(false, session.error());
     }
@@ -165,8 +178,12 @@ void NPEngine::serve(std::function<void()> end)
     _signalWatch = _signals->watch(_session->loop(), end);
     _presence = std::make_unique<NPEnginePresence>(*_session, *_control);
     if (_session->isReal()) {
-        _session->loop().performOnMain([this] {
+        _session->loop().performOnMain([this, end] {
             _presence->publish();
+            if (_presence->isSecond()) {
+                end();
+                return;
+            }
             _session->openHotKeys(_presence->bus());
             _session->watchWorkspace();
         });
@@ -182,7 +199,8 @@ bool NPEngine::finish()
     } else {
         restored = _giveDisplaysBack();
     }
-    return _session->close() && restored;
+    const bool isRefused = _presence && _presence->isSecond();
+    return _session->close() && restored && !isRefused;
 }
 
 // The displays first: what is on the disk can wait, what is on the screen cannot.

@@ -46,10 +46,11 @@ public:
     void launch();
 
     // Time passes from now on, and requests are answered. The handler is called, from the loop, when the engine is
-    // to end: by a signal, because the displays have gone, or because the world has ended.
+    // to end: by a signal, because the displays have gone, because another engine has the session bus, or because the world
+    // has ended.
     void serve(std::function<void()> end);
 
-    // Gives every display back and writes the settings. False when that failed or the displays have gone; the log
+    // Gives every display back and writes the settings. False when that failed, the displays have gone or another engine has the bus; the log
     // says why.
     bool finish();
 

@@ -120,6 +120,17 @@ protected:
     NPTestVariable noBus{"DBUS_SESSION_BUS_ADDRESS", std::nullopt};
 };
 
+// What a session of its own has, from cron, ssh or su: no bus, and a folder that the others do not see.
+class OtherSession {
+public:
+    OtherSession() { std::filesystem::create_directory(_folder.path() / "runtime"); }
+
+private:
+    NPTemporaryFolder _folder;
+    NPTestVariable _runtime{"XDG_RUNTIME_DIR", (_folder.path() / "runtime").string()};
+    NPTestVariable _noBus{"DBUS_SESSION_BUS_ADDRESS", std::nullopt};
+};
+
 class NPCommandLineBusTest : public NPCommandLineTest {
 protected:
     using NPCommandLineTest::NPCommandLineTest;
@@ -369,6 +380,76 @@ TEST_F(NPCommandLineAloneTest, AnEngineWhoseOutputIsStuckStillGivesTheScreenBack
     EXPECT_EQ(gamma(), NPTestIdentityGamma());
     ::close(pipe[0]);
     ::close(pipe[1]);
+}
+
+TEST_F(NPCommandLineBusTest, ASecondEngineIsRefusedInAnotherSessionToo)
+{
+    ASSERT_EQ(run({"new", "Night", "dim=20%"}).status, 0);
+    ASSERT_EQ(run({"activate", "Night", "--fade", "none"}).status, 0);
+    NPTestProgram engine = startEngine();
+    ASSERT_TRUE(NPTestEventually([&] { return gamma() == dimmedBy20(); }));
+    {
+        const OtherSession session;
+        const Ended second = run({"run"});
+        EXPECT_EQ(second.status, 1);
+        EXPECT_EQ(second.errors, "nightpane-cli: Nightpane is already running (process "
+                                     + std::to_string(engine.process()) + ")\n");
+    }
+    EXPECT_EQ(gamma(), dimmedBy20());
+    engine.signal(SIGTERM);
+    EXPECT_EQ(engine.wait(), 0);
+    EXPECT_EQ(gamma(), NPTestIdentityGamma());
+    EXPECT_FALSE(hasRecords());
+}
+
+TEST_F(NPCommandLineBusTest, CommandsOfAnotherSessionChangeNothingBehindAnEngine)
+{
+    const NPTestProgram engine = startEngine();
+    const std::string process = std::to_string(engine.process());
+    const OtherSession session;
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"off"}, {"new", "Night"}}) {
+        const Ended refused = run(words);
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_EQ(refused.errors, "nightpane-cli: Nightpane is running (process " + process
+                                      + ") but cannot be reached over the session bus; end it with: kill "
+                                      + process + "\n");
+    }
+    EXPECT_EQ(run({"list"}).status, 0);
+}
+
+TEST_F(NPCommandLineBusTest, OfTwoEnginesOnDifferentDisplaysTheBusHasOne)
+{
+    const NPTestProgram engine = startEngine();
+    ASSERT_TRUE(NPTestEventually([&] { return run({"status"}).output.find(" runs ") != std::string::npos; }));
+    const NPTestXServer otherServer = NPTestXServer::xvfb();
+    const NPTestVariable otherDisplay("DISPLAY", otherServer.displayName());
+    const NPTemporaryFolder otherFolder;
+    const NPTestVariable otherRuntime("XDG_RUNTIME_DIR", otherFolder.path().string());
+    const Ended second = run({"run"});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_EQ(lines(second.errors), 1) << second.errors;
+    EXPECT_NE(second.errors.find("Nightpane is already running"), std::string::npos) << second.errors;
+    EXPECT_TRUE(NPTestRandR(otherServer.displayName()).rootPropertyNames("_NIGHTPANE").empty());
+}
+
+TEST_F(NPCommandLineAloneTest, OfTwoEnginesThatStartAtATimeOneRuns)
+{
+    for (int round = 0; round < 10; ++round) {
+        NPTestProgram one({NP_TEST_CLI, "run"});
+        const OtherSession session;
+        const NPTestVariable otherUser("XDG_CONFIG_HOME", (folder / "other").string());
+        NPTestProgram other({NP_TEST_CLI, "run"});
+        EXPECT_TRUE(NPTestEventually([&] {
+            const bool isOneRefused = one.errors().find("already running") != std::string::npos;
+            return isOneRefused != (other.errors().find("already running") != std::string::npos);
+        }));
+        NPTestProgram& runs = one.errors().empty() ? one : other;
+        EXPECT_TRUE(NPTestEventually([&] { return runs.output().find("white") != std::string::npos; }));
+        runs.signal(SIGTERM);
+        EXPECT_EQ(runs.wait(), 0);
+        EXPECT_EQ((&runs == &one ? other : one).wait(), 1);
+    }
 }
 
 TEST_F(NPCommandLineBusTest, CommandsActThroughTheRunningEngine)

@@ -68,6 +68,7 @@ std::expected<NPConnectionX11, std::string> NPConnectionX11::open(const std::str
     if (const int code = xcb_connection_has_error(connection.handle()); code != 0) {
         return std::unexpected(connectionError(code, connection._name));
     }
+    connection._screen = screenNumber;
     auto screen = xcb_setup_roots_iterator(xcb_get_setup(connection.handle()));
     while (screenNumber-- > 0 && screen.rem > 1) {
         xcb_screen_next(&screen);

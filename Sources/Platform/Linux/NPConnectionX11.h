@@ -31,6 +31,7 @@ public:
 
     xcb_connection_t* handle() const { return _handle.get(); }
     xcb_window_t root() const { return _root; }
+    int screen() const { return _screen; } // the number of the screen whose root it is
     const std::string& name() const { return _name; } // of the display, for messages
     int descriptor() const { return xcb_get_file_descriptor(handle()); }
 
@@ -79,6 +80,7 @@ private:
 
     std::unique_ptr<xcb_connection_t, Disconnect> _handle;
     xcb_window_t _root = 0;
+    int _screen = 0;
     std::string _name;
     bool _isResponding = true;
     unsigned int _unansweredCount = 0;

@@ -1,6 +1,7 @@
 #include "Platform/Linux/NPDisplayServerX11.h"
 
 #include "Foundation/QXLog.h"
+#include "Platform/Linux/NPDisplayOwnerX11.h"
 #include "Platform/Linux/NPDisplayRecoveryX11.h"
 
 #include <sys/epoll.h>
@@ -46,24 +47,35 @@ NPDisplayServerX11::open(const std::string& displayName, NPMainLoopLinux& loop, 
     return server;
 }
 
-// A window that is never shown, so that the guard can tell this connection from others.
+// A window that is never shown, so that the guard, and whoever comes later, can tell this connection from others.
 void NPDisplayServerX11::_markConnection(NPDisplayGuard& guard, std::uint64_t owner)
 {
     xcb_connection_t* const handle = _connection.handle();
-    const xcb_window_t window = xcb_generate_id(handle);
-    xcb_create_window(handle, 0, window, _connection.root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+    _ownerWindow = xcb_generate_id(handle);
+    xcb_create_window(handle, 0, _ownerWindow, _connection.root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       XCB_COPY_FROM_PARENT, 0, nullptr);
     const std::string name = NPOwnerWindowNameX11(owner);
-    xcb_change_property(handle, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
+    xcb_change_property(handle, XCB_PROP_MODE_REPLACE, _ownerWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
                         static_cast<std::uint32_t>(name.size()), name.data());
-    guard.watchDisplay(_connection.name(), owner, window);
+    guard.watchDisplay(_connection.name(), owner, _ownerWindow);
 }
 
 std::expected<void, std::string> NPDisplayServerX11::_begin()
 {
-    auto reader = NPLayoutReaderX11::make(_connection);
+    std::optional<NPDisplayClaimX11> claim;
+    if (_ownerWindow != XCB_WINDOW_NONE) {
+        claim.emplace(_connection, _ownerWindow);
+    }
+    auto reader = NPLayoutReaderX11::make(_connection, [&claim] {
+        if (claim) {
+            claim->ask();
+        }
+    });
     if (!reader) {
         return std::unexpected(reader.error());
+    }
+    if (const auto taken = claim ? claim->take() : std::expected<void, NPDisplayOwnerX11>(); !taken) {
+        return std::unexpected("Nightpane is already running" + NPDisplayOwnerText(taken.error()));
     }
     _reader = *reader;
     const std::optional<NPLayoutX11> layout = _reader->read();

@@ -50,6 +50,7 @@ private:
     void _tellLoss();
 
     NPConnectionX11 _connection;
+    xcb_window_t _ownerWindow = XCB_WINDOW_NONE; // none for a program that does not guard the displays
     NPMainLoopLinux& _loop;
     NPCrtcTablesX11 _tables;
     std::optional<NPLayoutReaderX11> _reader; // none until _begin()

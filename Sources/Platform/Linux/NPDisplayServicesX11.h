@@ -26,7 +26,8 @@ public:
     // The display of that name, or the one in DISPLAY when it is empty. The error is one line for people.
     // The loop and the guard must outlive the object. Without a guard nobody gives the displays back after a
     // crash, and what is on them stays when the program ends, as a command that leaves an effect on wants it;
-    // either way the next run knows the displays' own tables.
+    // either way the next run knows the displays' own tables. With a guard this process becomes the one that
+    // drives the displays (NPDisplayOwnerX11), or fails because another one does.
     static std::expected<std::unique_ptr<NPDisplayServicesX11>, std::string>
     open(const std::string& displayName, NPMainLoopLinux& loop, NPDisplayGuard* guard = nullptr);
 

@@ -192,7 +192,8 @@ std::optional<NPBaseRecordX11> NPBaseRecordFromReplyX11(const xcb_get_property_r
     return NPBaseRecordX11Decode({items, reply->value_len});
 }
 
-std::expected<NPLayoutReaderX11, std::string> NPLayoutReaderX11::make(NPConnectionX11& connection)
+std::expected<NPLayoutReaderX11, std::string> NPLayoutReaderX11::make(NPConnectionX11& connection,
+                                                                      const std::function<void()>& alongside)
 {
     xcb_connection_t* const handle = connection.handle();
     NPLayoutReaderX11 reader(connection);
@@ -208,6 +209,9 @@ std::expected<NPLayoutReaderX11, std::string> NPLayoutReaderX11::make(NPConnecti
     reader._edidName = connection.atomReply(edidRequest);
     reader._emulationName = connection.atomReply(emulationRequest);
 
+    if (alongside) {
+        alongside();
+    }
     const auto versionRequest = xcb_randr_query_version(handle, 1, neededMinorVersion);
     xcb_randr_select_input(handle, connection.root(),
                            XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE

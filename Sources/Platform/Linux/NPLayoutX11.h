@@ -6,6 +6,7 @@
 
 #include <xcb/randr.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -51,9 +52,11 @@ std::optional<NPBaseRecordX11> NPBaseRecordFromReplyX11(const xcb_get_property_r
 // layout, however many outputs there are.
 class NPLayoutReaderX11 {
 public:
-    // Asks the server for RandR 1.3 and for an event at every change of an output or CRTC. The error is one
-    // line for people.
-    static std::expected<NPLayoutReaderX11, std::string> make(NPConnectionX11& connection);
+    // Asks the server for RandR 1.3 and for an event at every change of an output or CRTC. `alongside` may send
+    // requests that travel with ours: it is called when something has come from the server and more is about to be
+    // asked. The error is one line for people.
+    static std::expected<NPLayoutReaderX11, std::string> make(NPConnectionX11& connection,
+                                                              const std::function<void()>& alongside = {});
 
     // None when the server does not respond or has gone.
     std::optional<NPLayoutX11> read();
