@@ -1,4 +1,4 @@
-// What the program reads of its own at run time: string tables, images, the credits.
+// What the program reads of its own at run time: string tables, the credits.
 #pragma once
 
 #include "Foundation/QXStringTable.h"
