@@ -13,7 +13,8 @@ struct QXNotificationObserver::Subscriptions {
     };
     std::vector<std::shared_ptr<Entry>> entries;
 
-    template<class Predicate> void removeIf(Predicate matches)
+    // Whether there was any.
+    template<class Predicate> bool removeIf(Predicate matches)
     {
         // They go when the list is whole again: a handler may hold the last reference to another observer.
         std::vector<std::shared_ptr<Entry>> removed;
@@ -24,6 +25,7 @@ struct QXNotificationObserver::Subscriptions {
             }
             return entry->removed;
         });
+        return !removed.empty();
     }
 };
 
@@ -51,6 +53,9 @@ void QXNotificationCenter::addObserver(QXNotificationObserver& observer, std::st
     if (!known) {
         observer._centers.push_back(_subscriptions);
     }
+    if (_trace) {
+        _trace("observe " + name);
+    }
     using Entry = QXNotificationObserver::Subscriptions::Entry;
     _subscriptions->entries.push_back(
         std::make_shared<Entry>(Entry{&observer, std::move(name), object, std::move(handler)}));
@@ -58,15 +63,21 @@ void QXNotificationCenter::addObserver(QXNotificationObserver& observer, std::st
 
 void QXNotificationCenter::removeObserver(const QXNotificationObserver& observer)
 {
-    _subscriptions->removeIf([&](const auto& entry) { return entry.observer == &observer; });
+    const bool removed = _subscriptions->removeIf([&](const auto& entry) { return entry.observer == &observer; });
+    if (removed && _trace) {
+        _trace("unobserve everything");
+    }
 }
 
 void QXNotificationCenter::removeObserver(const QXNotificationObserver& observer, std::string_view name,
                                           const void* object)
 {
-    _subscriptions->removeIf([&](const auto& entry) {
+    const bool removed = _subscriptions->removeIf([&](const auto& entry) {
         return entry.observer == &observer && entry.name == name && (object == nullptr || entry.object == object);
     });
+    if (removed && _trace) {
+        _trace("unobserve " + std::string(name));
+    }
 }
 
 void QXNotificationCenter::postNotification(std::string_view name, const void* object)

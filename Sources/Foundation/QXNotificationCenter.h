@@ -54,6 +54,11 @@ public:
 
     void postNotification(std::string_view name, const void* object);
 
+    // From now on told of every observer that is added or removed by a call: "observe NAME", "unobserve NAME",
+    // "unobserve everything". For logs in which the order of events shows.
+    void setTrace(std::function<void(std::string line)> trace) { _trace = std::move(trace); }
+
 private:
+    std::function<void(std::string)> _trace; // empty for nobody
     std::shared_ptr<QXNotificationObserver::Subscriptions> _subscriptions;
 };

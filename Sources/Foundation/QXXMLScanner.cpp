@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <vector>
 
 namespace {
 
@@ -51,7 +52,7 @@ std::nullopt_t QXXMLScanner::fail(std::size_t position, std::string_view what)
 {
     if (_error.empty()) {
         const auto line = 1 + std::ranges::count(_text.substr(0, position), '\n');
-        _error = "XML property list, line " + std::to_string(line) + ": ";
+        _error = std::string(_kind) + "line " + std::to_string(line) + ": ";
         _error += what;
     }
     return std::nullopt;
@@ -173,7 +174,7 @@ bool QXXMLScanner::skipProlog()
     return !_at("<!DOCTYPE") || (_skipDocumentType() && skipMiscellaneous());
 }
 
-// Attributes mean nothing in a property list (the root's version is always 1.0), but must be well-formed.
+// Whether somebody asks for it or not, it must be well-formed.
 bool QXXMLScanner::_skipAttribute()
 {
     const std::size_t start = _position;
@@ -216,6 +217,7 @@ std::optional<QXXMLTag> QXXMLScanner::nextTag()
     const std::size_t end = std::min(_text.find_first_of(" \t\r\n/><", _position), _text.size());
     tag.name = _text.substr(_position, end - _position);
     _position = end;
+    const std::size_t attributes = end;
     if (tag.name.empty()) {
         return fail(tag.position, "a tag without a name");
     }
@@ -223,6 +225,7 @@ std::optional<QXXMLTag> QXXMLScanner::nextTag()
         _skipWhiteSpace();
         tag.isEmpty = !tag.isClosing && _at("/>");
         if (tag.isEmpty || _at(">")) {
+            tag.attributes = _text.substr(attributes, _position - attributes);
             _position += tag.isEmpty ? 2 : 1;
             return tag;
         }
@@ -312,4 +315,63 @@ std::optional<std::string> QXXMLScanner::textOf(const QXXMLTag& element)
         }
         return content;
     }
+}
+
+bool QXXMLScanner::skipElement(const QXXMLTag& element)
+{
+    std::vector<std::string_view> open;
+    if (!element.isEmpty) {
+        open.push_back(element.name);
+    }
+    std::string ignored;
+    while (!open.empty()) {
+        _position = std::min(_text.find('<', _position), _text.size());
+        if (_at("<![CDATA[") || _atCommentOrInstruction()) {
+            if (!_appendMarkup(ignored)) {
+                return false;
+            }
+            continue;
+        }
+        const std::optional<QXXMLTag> tag = nextTag();
+        if (!tag) {
+            return false;
+        }
+        if (tag->isClosing && tag->name != open.back()) {
+            fail(tag->position, "an end tag of another element");
+            return false;
+        }
+        if (tag->isClosing) {
+            open.pop_back();
+        } else if (!tag->isEmpty) {
+            open.push_back(tag->name);
+        }
+    }
+    return true;
+}
+
+// The tag has been read, so its attributes are well-formed.
+std::optional<std::string> QXXMLScanner::attribute(const QXXMLTag& tag, std::string_view name) const
+{
+    QXXMLScanner scanner(tag.attributes, _kind);
+    for (scanner._skipWhiteSpace(); !scanner.isAtEnd(); scanner._skipWhiteSpace()) {
+        const std::size_t start = scanner._position;
+        if (!scanner._skipAttribute()) {
+            return std::nullopt;
+        }
+        const std::string_view whole = tag.attributes.substr(start, scanner._position - start);
+        const std::size_t quote = whole.find_first_of("\"'");
+        if (whole.substr(0, whole.find_first_of("= \t\r\n")) != name) {
+            continue;
+        }
+        QXXMLScanner value(whole.substr(quote + 1, whole.size() - quote - 2), _kind);
+        std::string text;
+        while (!value.isAtEnd()) {
+            value._appendRun(text, std::min(value._text.find('&', value._position), value._text.size()));
+            if (value._at("&") && !value._appendReference(text)) {
+                return std::nullopt;
+            }
+        }
+        return text;
+    }
+    return std::nullopt;
 }

@@ -1,5 +1,5 @@
-// The lower half of reading an XML property list: tags and text, one after the other. It knows XML as far as
-// property lists use it: no namespaces, and no declarations inside the document type.
+// The lower half of reading XML files: tags and text, one after the other. It knows XML as far as property lists and
+// feeds use it: names with their prefixes as they are written, and no declarations inside the document type.
 //
 // After the first error every operation fails; error() keeps the first, as one line.
 #pragma once
@@ -17,12 +17,16 @@ struct QXXMLTag {
     std::size_t position = 0;
     bool isClosing = false;
     bool isEmpty = false; // <name/>
+    std::string_view attributes = {}; // as they are written
 };
 
 class QXXMLScanner {
 public:
-    // The text must outlive the scanner and the tags it gives.
-    explicit QXXMLScanner(std::string_view text) : _text(text) {}
+    // The text must outlive the scanner and the tags it gives. Errors begin with what kind of file it is.
+    explicit QXXMLScanner(std::string_view text, std::string_view kind = "XML property list, ")
+        : _text(text), _kind(kind)
+    {
+    }
 
     // What may precede the root element: declaration, document type, comments, instructions. Also looks the
     // whole text over for what XML cannot hold.
@@ -38,6 +42,12 @@ public:
 
     // The text inside an element whose opening tag was the last one, its closing tag included.
     std::optional<std::string> textOf(const QXXMLTag& element);
+
+    // Goes on behind the element whose opening tag was the last one, whatever is in it.
+    bool skipElement(const QXXMLTag& element);
+
+    // None when the tag has no attribute of that name, or one that refers to an unknown character.
+    std::optional<std::string> attribute(const QXXMLTag& tag, std::string_view name) const;
 
     const std::string& error() const { return _error; }
     std::nullopt_t fail(std::size_t position, std::string_view what);
@@ -58,6 +68,7 @@ private:
     bool _appendMarkup(std::string& content);
 
     std::string_view _text;
+    std::string_view _kind;
     std::size_t _position = 0;
     std::string _error;
 };

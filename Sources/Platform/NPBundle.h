@@ -15,6 +15,11 @@ inline constexpr std::string_view NSHumanReadableCopyrightKey = "NSHumanReadable
 inline constexpr std::string_view SUFeedURLKey = "SUFeedURL";         // the standard update feed; also a setting
 inline constexpr std::string_view SUPublicEDKeyKey = "SUPublicEDKey"; // base64; with it, updates must be signed
 
+// Where the commands of the Help menu lead: two web pages and a "mailto:" address.
+inline constexpr std::string_view NPReleaseNotesURLKey = "NPReleaseNotesURL";
+inline constexpr std::string_view NPFAQURLKey = "NPFAQURL";
+inline constexpr std::string_view NPSupportURLKey = "NPSupportURL";
+
 class NPBundle {
 public:
     virtual ~NPBundle() = default;
@@ -31,3 +36,6 @@ public:
     // in it. None when there is none.
     virtual std::optional<QXData> resource(std::string_view name, std::string_view type) const = 0;
 };
+
+// A text of the Info dictionary; empty when it is missing or no text.
+std::string NPBundleText(const NPBundle& bundle, std::string_view key);

@@ -22,15 +22,28 @@ public:
     virtual ~NPMenuTarget() = default;
 };
 
-// An operation of a class of targets, with its name ("chooseEffect:"). It is given the item that was chosen.
+// An operation of a class of targets, with its name ("chooseEffect:").
 class NPMenuAction {
 public:
     NPMenuAction() = default; // none
+
+    // One that is given the item that was chosen.
     template<class Target>
     NPMenuAction(std::string_view name, void (Target::*operation)(NPMenuItem& sender))
         : _name(name), _perform([operation](NPMenuTarget& target, NPMenuItem& sender) {
               if (auto* responding = dynamic_cast<Target*>(&target)) {
                   (responding->*operation)(sender);
+              }
+          })
+    {
+    }
+
+    // One that does not ask which item it was.
+    template<class Target>
+    NPMenuAction(std::string_view name, void (Target::*operation)())
+        : _name(name), _perform([operation](NPMenuTarget& target, NPMenuItem&) {
+              if (auto* responding = dynamic_cast<Target*>(&target)) {
+                  (responding->*operation)();
               }
           })
     {

@@ -1,8 +1,13 @@
 #include "Shell/NPAppController.h"
 
+#include "Foundation/QXString.h"
 #include "Foundation/QXWeakTarget.h"
 #include "HotKey/JXKeyNames.h"
+#include "Platform/NPDesktop.h"
 #include "Screens/NPProfileManager.h"
+#include "Shell/QXAboutBoxText.h"
+#include "Shell/QXFluxCheck.h"
+#include "Shell/QXWebStoreUpdateManager.h"
 #include "Sunset & Sunrise/NPSunriseSunsetCalculator.h"
 
 #include <algorithm>
@@ -17,6 +22,8 @@ constexpr double deactivationOffset = 0.00001;
 
 // After a change of mode the display may take its table back once more a moment later.
 constexpr double delayedUpdateInterval = 0.05;
+
+constexpr QXColor aboutBoxTint{0.81, 0.81, 0.84, 1.0};
 
 std::shared_ptr<NPEffectTimer> timerOfGroup(const auto& table, const NPEffectGroup& group)
 {
@@ -46,18 +53,63 @@ NPAppController::~NPAppController()
     }
 }
 
+void NPAppController::setInterface(NPAppInterface interface)
+{
+    _face = std::make_unique<NPAppFace>(std::move(interface));
+}
+
+// The order is fixed: each step may find what an earlier one has left.
 void NPAppController::applicationDidFinishLaunching()
 {
+    if (_face) {
+        QXAboutBoxSetBackgroundTint(aboutBoxTint);
+        QXFluxCheckAtLaunch();
+        if (NPCurrentDesktop().workspace.isTerminating()) {
+            return;
+        }
+        _face->insertUpdateItems();
+        _face->setSuspendWraningAboutNoEffects(true);
+        _platform.mainQueue.performOnMain(weakTarget(weak_from_this(), &NPAppController::_deferredStart));
+    }
     _initDefaults();
     _screenManager.setColorProfileManagementEnabled(_platform.defaults.boolForKey(NPApplyToColorProfileKey));
     _globalEffect = _effectManager.groups().front();
     _setInitialSwitch();
+    _warnIfNoEffects();
+    if (_face) {
+        _face->setStatusItemReady();
+    }
     updateHotKey();
+    if (_face) {
+        _face->updateStatusItem(_platform.defaults, effectActive());
+    }
     refreshTimerActivationDeactivation();
     _observe();
+    if (_face) {
+        _face->makeEffectLists(_platform, _effectManager, _screenManager);
+    }
+    _observeWorkspace();
+    _displaySubscription = _platform.displays.registerReconfigurationCallback(
+        [this](NPDisplayID display, std::uint32_t flags) { _displayDidChange(display, flags); });
     if (_effectManager.createdFirstEffectOnInitialization()) {
         _screenManager.activateEffectGroup(_effectManager.groups().front(), NPTransitionKind::none,
                                            _platform.clock.now());
+    }
+}
+
+void NPAppController::_deferredStart()
+{
+    _face->setSuspendWraningAboutNoEffects(false);
+    _warnIfNoEffects();
+    if (const auto started = sharedUpdateManager()->startUpdater(); !started) {
+        NPCurrentDesktop().alerts.runModal({.messageText = started.error()});
+    }
+}
+
+void NPAppController::_warnIfNoEffects()
+{
+    if (_face && _globalEffect) {
+        _face->warnIfNoEffects(_effectManager);
     }
 }
 
@@ -72,12 +124,16 @@ void NPAppController::_initDefaults()
 {
     _platform.defaults.registerDefaults({{std::string(NPActivateAtLaunchKey), true},
                                          {std::string(NPApplyToColorProfileKey), true},
-                                         {std::string(NPContinuouslyApplyKey), true}});
+                                         {std::string(NPContinuouslyApplyKey), true},
+                                         {std::string(NPDeactivateForScreenSaverKey), false},
+                                         {std::string(NPShowStatusItemKey), 0}});
     const std::string name(NPUserDefaultsDidChangeNotification);
     _platform.notifications.addObserver(_observer, name, nullptr,
                                         [this](const QXNotification&) { _defaultsDidChange(); });
     _platform.notifications.addObserver(_observer, name, nullptr,
                                         [this](const QXNotification&) { _updateApplyTimer(); });
+    _platform.notifications.addObserver(_observer, std::string(NSApplicationDidChangeScreenParametersNotification),
+                                        nullptr, [this](const QXNotification&) { _defaultsDidChange(); });
 }
 
 void NPAppController::_setInitialSwitch()
@@ -96,18 +152,37 @@ void NPAppController::_observe()
          {NPEffectGroupDidChangeNotification, NPEffectManagerGroupsDidChangeNotification,
           NPSunriseSunsetCalculatorLocationChanged, NPSystemTimeZoneDidChangeNotification,
           NPSystemClockDidChangeNotification}) {
-        _platform.notifications.addObserver(_observer, std::string(name), nullptr, [this](const QXNotification&) {
-            refreshTimerActivationDeactivation();
-        });
+        _refreshOn(_platform.notifications, name);
     }
     _hotKeySubscription = _platform.hotKeys.installHandlers({{}, {}, [this] { updateHotKey(); }});
-    _displaySubscription = _platform.displays.registerReconfigurationCallback(
-        [this](NPDisplayID display, std::uint32_t flags) { _displayDidChange(display, flags); });
+}
+
+void NPAppController::_observeWorkspace()
+{
+    NPWorkspaceEvents& events = _platform.workspaceEvents;
+    _refreshOn(events.workspace, NSWorkspaceDidWakeNotification);
+    _refreshOn(events.workspace, NSWorkspaceSessionDidBecomeActiveNotification);
+    _updateOn(events.workspace, NSWorkspaceDidTerminateApplicationNotification);
+    _updateOn(events.distributed, NSScreenColorSpaceDidChangeNotification);
+}
+
+void NPAppController::_refreshOn(QXNotificationCenter& center, std::string_view name)
+{
+    center.addObserver(_observer, std::string(name), nullptr,
+                       [this](const QXNotification&) { refreshTimerActivationDeactivation(); });
+}
+
+void NPAppController::_updateOn(QXNotificationCenter& center, std::string_view name)
+{
+    center.addObserver(_observer, std::string(name), nullptr, [this](const QXNotification&) { updateEffect(); });
 }
 
 void NPAppController::_defaultsDidChange()
 {
     updateHotKey();
+    if (_face) {
+        _face->updateStatusItem(_platform.defaults, effectActive());
+    }
     setEffectActive(_platform.defaults.boolForKey(NPEffectActiveKey), false);
     _screenManager.setColorProfileManagementEnabled(_platform.defaults.boolForKey(NPApplyToColorProfileKey));
 }
@@ -124,12 +199,100 @@ void NPAppController::setEffectActive(bool active, bool saveState)
         _platform.defaults.setObject(active, NPEffectActiveKey);
     }
     _screenManager.setScreenManagementEnabled(active);
+    if (_face) {
+        _face->setActivateTitles(active);
+    }
+    if (active) {
+        _observeScreenSaver(NPScreenSaverDidStartNotification, &NPAppController::_screenSaverDidStart);
+    } else {
+        // On purpose the changes of colour space go with the rest, until the next launch.
+        _platform.workspaceEvents.distributed.removeObserver(_observer);
+    }
     _updateApplyTimer();
+    if (_face) {
+        _face->updateStatusItemImage(active);
+    }
+}
+
+// Anew on every call, in the place of an older one: once is enough, and the switch is set with every setting.
+void NPAppController::_observeScreenSaver(std::string_view name, void (NPAppController::*reaction)())
+{
+    QXNotificationCenter& distributed = _platform.workspaceEvents.distributed;
+    distributed.removeObserver(_observer, name, nullptr);
+    distributed.addObserver(_observer, std::string(name), nullptr,
+                            [this, reaction](const QXNotification&) { (this->*reaction)(); });
+}
+
+// The saved switch stays on throughout, so that an end during the screen saver does not outlast it.
+void NPAppController::_screenSaverDidStart()
+{
+    if (_platform.defaults.boolForKey(NPDeactivateForScreenSaverKey)) {
+        setEffectActive(false, false);
+        _observeScreenSaver(NPScreenSaverDidStopNotification, &NPAppController::_screenSaverDidStop);
+    }
+}
+
+void NPAppController::_screenSaverDidStop()
+{
+    setEffectActive(true, false);
 }
 
 void NPAppController::toggleGlobalEffect()
 {
     setEffectActive(!effectActive(), true);
+}
+
+void NPAppController::openPreferences()
+{
+    if (_face) {
+        _face->openPreferences();
+    }
+}
+
+void NPAppController::openAboutBox()
+{
+    if (_face) {
+        _face->openAboutBox();
+    }
+}
+
+void NPAppController::visitWhatsNew()
+{
+    _openPage(NPReleaseNotesURLKey);
+}
+
+void NPAppController::visitFAQ()
+{
+    _openPage(NPFAQURLKey);
+}
+
+// The address is its own key, so that a translation can lead to another page.
+void NPAppController::_openPage(std::string_view key)
+{
+    if (_face) {
+        NPCurrentDesktop().workspace.openURL(QXLocalizedString(NPBundleText(NPCurrentDesktop().bundle, key)));
+    }
+}
+
+void NPAppController::contactSupport()
+{
+    if (_face) {
+        NPCurrentDesktop().workspace.openURL(NPBundleText(NPCurrentDesktop().bundle, NPSupportURLKey));
+    }
+}
+
+void NPAppController::checkForUpdates()
+{
+    if (_face) {
+        sharedUpdateManager()->checkForUpdates();
+    }
+}
+
+void NPAppController::terminate()
+{
+    if (_face) {
+        NPCurrentDesktop().workspace.terminate();
+    }
 }
 
 // A running timer is kept, so that its phase is not reset by every change of settings.

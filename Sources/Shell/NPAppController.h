@@ -1,29 +1,41 @@
 // The conductor: the global switch, the activation and deactivation timers of every group, the periodic
-// rewriting of the tables, the hot keys of every group, and the reactions to changed settings and displays. It
-// does no gamma work itself; every change goes to the screen manager. Main thread only.
+// rewriting of the tables, the hot keys of every group, and the reactions to changed settings and displays, sleep, and
+// the screen saver. It does no gamma work itself; every change goes to the screen manager.
+//
+// It drives the engine alone, as in the command line, or an application, which gives it an interface. Main thread only.
 #pragma once
 
 #include "Effects/NPEffectManager.h"
 #include "Effects/NPEffectTimer.h"
 #include "HotKey/JXHotKeyCenter.h"
 #include "Screens/NPScreenManager.h"
+#include "Shell/NPAppFace.h"
 
 #include <map>
 #include <memory>
 
-// Settings keys. All but the last are registered with defaults; NPEffectActiveKey (see NPScreenManager) is
+// Settings keys, registered with defaults, as NPShowStatusItemKey is with 0; NPEffectActiveKey (see NPScreenManager) is
 // not, and reads as false while absent.
 inline constexpr std::string_view NPActivateAtLaunchKey = "ActivateAtLaunch"; // true: on at every launch
 inline constexpr std::string_view NPApplyToColorProfileKey = "ApplyToColorProfile"; // true
 inline constexpr std::string_view NPContinuouslyApplyKey = "ContinuouslyApply"; // true: rewrite every 6 s
+inline constexpr std::string_view NPDeactivateForScreenSaverKey = "NPDeactivateForScreenSaver"; // false
 
-class NPAppController : public JXHotKeyTarget, public std::enable_shared_from_this<NPAppController> {
+class NPAppController : public JXHotKeyTarget,
+                        public NPMenuTarget,
+                        public std::enable_shared_from_this<NPAppController> {
 public:
     // Holds the references for its lifetime. Make it with std::make_shared: its timers hold it weakly.
     NPAppController(const NPPlatform& platform, NPEffectManager& effectManager, NPScreenManager& screenManager);
     ~NPAppController() override;
 
-    // Start-up: the switch, the timers, the observers; on a first run the default group is activated.
+    // Makes it the controller of an application: with a desktop installed, and before the launch. The desktop's services
+    // outlive the shared scope, whose hot keys hold the controller.
+    void setInterface(NPAppInterface interface);
+
+    // Start-up: the switch, and with it the first tables; then hot keys, status item, timers, observers and menus. On
+    // a first run the default group is activated. A last step follows from the main queue. Where the user has chosen to
+    // quit instead (NPWorkspace::isTerminating), nothing has been started.
     void applicationDidFinishLaunching();
 
     // Gives every display back its table and its own colour profile, and waits until they have them. The saved
@@ -34,6 +46,16 @@ public:
     bool effectActive() const;
     void setEffectActive(bool active, bool saveState);
     void toggleGlobalEffect();
+    void activateEffect() { toggleGlobalEffect(); }
+
+    // The commands of the menus; nothing without an interface.
+    void openPreferences();
+    void openAboutBox();
+    void visitWhatsNew();
+    void visitFAQ();
+    void contactSupport();
+    void checkForUpdates();
+    void terminate();
 
     // The first group at launch.
     const std::shared_ptr<NPEffectGroup>& currentEffect() const { return _globalEffect; }
@@ -67,10 +89,19 @@ private:
     using TimerTable = std::map<const NPEffectGroup*, std::shared_ptr<NPEffectTimer>>;
 
     void _initDefaults();
+    void _deferredStart();
+    void _warnIfNoEffects();
+    void _screenSaverDidStart();
+    void _screenSaverDidStop();
+    void _observeScreenSaver(std::string_view name, void (NPAppController::*reaction)());
+    void _openPage(std::string_view key);
     void _registerHotKey(const std::shared_ptr<NPEffectGroup>& group, const JXHotKey& hotKey);
     const NPEffectGroup* _groupWithSameKeysBefore(const NPEffectGroup& group, const JXHotKey& hotKey) const;
     void _setInitialSwitch();
     void _observe();
+    void _observeWorkspace();
+    void _refreshOn(QXNotificationCenter& center, std::string_view name);
+    void _updateOn(QXNotificationCenter& center, std::string_view name);
     void _defaultsDidChange();
     void _updateApplyTimer();
     void _applyTimerFired(NPEffectTimer& timer);
@@ -87,6 +118,7 @@ private:
     NPPlatform _platform;
     NPEffectManager& _effectManager;
     NPScreenManager& _screenManager;
+    std::unique_ptr<NPAppFace> _face; // none for the engine alone
     QXNotificationObserver _observer;
     NPDisplaySubscription _displaySubscription;
     NPHotKeySubscription _hotKeySubscription;

@@ -11,12 +11,6 @@ std::shared_ptr<QXColor> sharedTint()
     return QXSharedScope::current().instance<QXColor>([] { return std::make_shared<QXColor>(); });
 }
 
-std::string stringForKey(const NPBundle& bundle, std::string_view key)
-{
-    const QXValue* value = QXDictionaryValue(bundle.infoDictionary(), key);
-    return value && value->string() ? *value->string() : std::string();
-}
-
 // Numbers as people write them; nothing for other values, which no version is made of.
 std::string description(const QXValue* value)
 {
@@ -103,7 +97,7 @@ std::string QXAboutBoxVersionText(const NPBundle& bundle)
 
 std::string QXAboutBoxCopyright(const NPBundle& bundle)
 {
-    return stringForKey(bundle, NSHumanReadableCopyrightKey);
+    return NPBundleText(bundle, NSHumanReadableCopyrightKey);
 }
 
 std::string QXAboutBoxCredits(const NPBundle& bundle)

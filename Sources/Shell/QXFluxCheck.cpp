@@ -6,12 +6,16 @@
 
 namespace {
 
+// Without the extension of applications; what looks like another one is a part of the name, as in "f.lux".
 std::string displayName(const NPDesktop& desktop, std::string_view path)
 {
     std::string name = desktop.workspace.displayNameAtPath(std::string(path));
-    const std::size_t dot = name.rfind('.');
-    const bool hasExtension = dot != std::string::npos && dot > 0 && dot + 1 < name.size();
-    return hasExtension ? name.substr(0, dot) : name;
+    for (const std::string_view extension : {".app", ".desktop"}) {
+        if (name.size() > extension.size() && name.ends_with(extension)) {
+            name.resize(name.size() - extension.size());
+        }
+    }
+    return name;
 }
 
 } // namespace

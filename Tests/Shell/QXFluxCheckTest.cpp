@@ -58,6 +58,13 @@ TEST_F(QXFluxCheckTest, AlertNamesBothProgramsWithoutTheirExtensions)
     EXPECT_EQ(alert.icon, "/opt/f.lux.png");
 }
 
+TEST_F(QXFluxCheckTest, NameThatOnlyLooksLikeOneWithAnExtensionIsKept)
+{
+    desktop.workspace.installed["fluxgui"] = "/usr/bin/f.lux";
+    QXFluxCheckAtLaunch();
+    EXPECT_EQ(desktop.alerts.shown.at(0).messageText, "f.lux is present on this computer.");
+}
+
 TEST_F(QXFluxCheckTest, AlertKeepsTheApplicationsIconWhereFluxHasNone)
 {
     installFlux();

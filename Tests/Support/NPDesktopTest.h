@@ -10,7 +10,41 @@ protected:
     {
         NPInstallDesktop(desktop.services());
     }
-    ~NPDesktopTest() override { controller.reset(); } // before the desktop that it uses
+    ~NPDesktopTest() override { endApplication(); } // before the desktop that it uses
+
+    // Starts the application with its interface.
+    void launchApplication() { launchApplication(platform.services()); }
+    void launchApplication(const NPPlatform& services)
+    {
+        makeController(services);
+        controller->setInterface({menus, [this] { return aboutBox; }, [this] { return preferences; }});
+        controller->applicationDidFinishLaunching();
+    }
+    void makeController(const NPPlatform& services)
+    {
+        controller = std::make_shared<NPAppController>(services, *sharedEffectManager(), *sharedScreenManager());
+        menus = NPMakeAppMenus(controller, desktop.bundle);
+    }
+
+    // Registered hot keys hold the controller.
+    void endApplication()
+    {
+        sharedHotKeyCenter()->unregisterAllHotKeys();
+        controller.reset();
+    }
+
+    // Runs what waits in the main queue.
+    void serveMainQueue() { platform.clock.advance(0.0); }
+
+    static std::string linesOf(const NPMenu& menu)
+    {
+        std::string text;
+        for (const auto& item : menu.items()) {
+            text += item->isSeparatorItem() ? "-" : item->title();
+            text += item->isHidden() ? " (hidden)\n" : "\n";
+        }
+        return text;
+    }
 
     // The log since the last question.
     std::string takeLog()
@@ -21,4 +55,13 @@ protected:
     }
 
     NPSimulatedDesktop desktop{platform.log};
+    NPAppMenus menus;
+    std::shared_ptr<NPSimulatedWindowController> aboutBox = makeWindowController("About");
+    std::shared_ptr<NPSimulatedWindowController> preferences = makeWindowController("Preferences");
+
+private:
+    std::shared_ptr<NPSimulatedWindowController> makeWindowController(const std::string& name)
+    {
+        return std::make_shared<NPSimulatedWindowController>(platform.log, platform.notifications, name);
+    }
 };

@@ -34,6 +34,7 @@ void NPSimulatedDefaults::removeObjectForKey(std::string_view key)
 void NPSimulatedDefaults::registerDefaults(const QXDictionary& defaults)
 {
     for (const auto& [key, value] : defaults) {
+        _log.add("defaults register " + key);
         _registered.insert_or_assign(key, value);
     }
 }

@@ -5,8 +5,8 @@
 #include "Platform/NPUserDefaults.h"
 #include "Platform/Simulated/NPActionLog.h"
 
-// Every real change is one line of the action log: "defaults set KEY" or "defaults remove KEY". So is writing them:
-// "defaults synchronize".
+// Every real change is one line of the action log: "defaults set KEY" or "defaults remove KEY". So is writing them,
+// "defaults synchronize", and each default: "defaults register KEY".
 class NPSimulatedDefaults final : public NPUserDefaults {
 public:
     NPSimulatedDefaults(NPActionLog& log, QXNotificationCenter& notifications)

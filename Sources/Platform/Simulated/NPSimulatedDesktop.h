@@ -114,7 +114,10 @@ public:
     QXDictionary info{{std::string(CFBundleNameKey), "Nightpane"},
                       {std::string(CFBundleShortVersionStringKey), "1.0"},
                       {std::string(CFBundleVersionKey), "100"},
-                      {std::string(SUFeedURLKey), "https://updates.example.org/appcast.xml"}};
+                      {std::string(SUFeedURLKey), "https://updates.example.org/appcast.xml"},
+                      {std::string(NPReleaseNotesURLKey), "https://www.example.org/new"},
+                      {std::string(NPFAQURLKey), "https://www.example.org/faq"},
+                      {std::string(NPSupportURLKey), "mailto:support@example.org"}};
     std::map<std::string, std::string> resources; // by "Credits.html"
 };
 

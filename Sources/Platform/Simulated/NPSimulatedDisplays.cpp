@@ -109,6 +109,9 @@ void NPSimulatedDisplays::restoreColorSyncSettings()
 NPDisplaySubscription
 NPSimulatedDisplays::registerReconfigurationCallback(NPDisplayReconfigurationCallback callback)
 {
+    if (_logsCallbacks) {
+        _log.add("observe displays");
+    }
     auto installed = std::make_shared<NPDisplayReconfigurationCallback>(std::move(callback));
     _callbacks.push_back(installed);
     return installed;

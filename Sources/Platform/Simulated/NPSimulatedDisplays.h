@@ -47,6 +47,9 @@ public:
     // The display, online or not, to look at or to make it fail; nullptr when there never was one.
     NPSimulatedDisplay* display(NPDisplayID identifier);
 
+    // From now on a callback that is installed is a line of the log as well: "observe displays".
+    void setLogsCallbacks() { _logsCallbacks = true; }
+
     // While set, no display list can be had.
     void setListsFail(bool fail) { _listsFail = fail; }
 
@@ -57,6 +60,7 @@ private:
 
     NPActionLog& _log;
     bool _listsFail = false;
+    bool _logsCallbacks = false;
     std::vector<NPSimulatedDisplay> _displays;
     std::vector<std::weak_ptr<NPDisplayReconfigurationCallback>> _callbacks;
 };

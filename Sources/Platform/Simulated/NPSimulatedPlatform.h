@@ -42,6 +42,10 @@ public:
     NPSimulatedPlatform(const NPSimulatedPlatform&) = delete;
     NPSimulatedPlatform& operator=(const NPSimulatedPlatform&) = delete;
 
+    // From now on the action log also has who begins and ends to observe what on which centre:
+    // "default: observe NAME", "workspace: …", "distributed: …", and "observe displays".
+    void logObservers();
+
     NPPlatform services()
     {
         return {clock,    clock,   clock,          timeZones,     defaults,       displays,

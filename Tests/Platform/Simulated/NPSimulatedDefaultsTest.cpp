@@ -43,7 +43,7 @@ TEST_F(NPSimulatedDefaultsTest, RealChangesAreAnnouncedOnceEachByTheStore)
     EXPECT_EQ(changes.take(), 0);
     defaults.removeObjectForKey("a");
     EXPECT_EQ(changes.take(), 1);
-    EXPECT_EQ(log.text(), "defaults set a\ndefaults remove a\n");
+    EXPECT_EQ(log.text(), "defaults set a\ndefaults register c\ndefaults remove a\n");
 }
 
 TEST_F(NPSimulatedDefaultsTest, ValueEqualToTheRegisteredOneIsStoredAllTheSame)
