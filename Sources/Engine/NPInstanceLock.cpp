@@ -1,19 +1,15 @@
 #include "Engine/NPInstanceLock.h"
 
-#include "Platform/Linux/NPSettingsFolder.h"
+#include "Engine/NPInstanceFolder.h"
 
 #include <cstdlib>
 
 namespace {
 
-// In the session's runtime folder or, without one, in the settings folder.
 std::optional<std::filesystem::path> lockPath()
 {
-    std::optional<std::filesystem::path> folder = NPSettingsFolderOfProcess();
-    if (const char* runtimeFolder = std::getenv("XDG_RUNTIME_DIR"); runtimeFolder && runtimeFolder[0] == '/') {
-        folder = runtimeFolder;
-    }
-    return folder ? std::optional(*folder / "nightpane.lock") : std::nullopt;
+    const std::optional<std::string> folder = NPInstanceFolder();
+    return folder ? std::optional(std::filesystem::path(*folder) / "nightpane.lock") : std::nullopt;
 }
 
 } // namespace
@@ -22,7 +18,7 @@ std::expected<NPInstanceLock, std::string> NPInstanceLock::take()
 {
     const std::optional<std::filesystem::path> path = lockPath();
     if (!path) {
-        return std::unexpected(std::string("there is no folder for a lock file: HOME is not set"));
+        return std::unexpected(std::string("there is no folder for a lock file"));
     }
     auto file = NPLockFile::open(*path);
     if (!file) {

@@ -355,9 +355,14 @@ void NPMainLoopLinux::processEvents(int timeoutMilliseconds)
     const bool outer = _state->serving;
     _state->setServing(true);
     _state->turn(timeoutMilliseconds);
-    _state->prepareToWait(); // the caller may wait next, for the loop's descriptor
+    prepareToWait(); // the caller may wait next, for the loop's descriptor
+    _state->setServing(outer);
+}
+
+void NPMainLoopLinux::prepareToWait()
+{
+    _state->prepareToWait();
     if (_state->hasWork()) {
         _state->wakeLoop();
     }
-    _state->setServing(outer);
 }

@@ -56,8 +56,10 @@ public:
     void run();
     void stop();
 
-    // To be driven by another loop: when this descriptor is readable, call processEvents().
+    // To be driven by another loop: when this descriptor is readable, call processEvents(); before the other loop
+    // waits after having done anything else, prepareToWait().
     int fileDescriptor() const;
+    void prepareToWait();
 
     // Serves what is ready; waits up to so many milliseconds for something to become ready (-1: for ever).
     void processEvents(int timeoutMilliseconds = 0);
