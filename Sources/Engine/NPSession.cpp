@@ -12,12 +12,11 @@
 #include "Platform/Linux/NPUserDefaultsLinux.h"
 #include "Platform/Linux/NPWorkspaceEventsLinux.h"
 #include "Platform/Simulated/NPSimulatedDisplays.h"
+#include "Shell/NPAppController.h"
 
 #include <cstdlib>
 
 namespace {
-
-constexpr std::string_view deactivateForScreenSaverKey = "NPDeactivateForScreenSaver";
 
 // The machine itself: its clocks and settings, and the displays of its X server, or none.
 class LinuxSession final : public NPSession {
@@ -77,7 +76,7 @@ public:
     void watchWorkspace() override
     {
         _workspace().watchLoginManager();
-        _workspace().watchScreenSaverForSetting(deactivateForScreenSaverKey);
+        _workspace().watchScreenSaverForSetting(NPDeactivateForScreenSaverKey);
     }
 
     void watchApplications() override { _workspace().watchApplications(); }
