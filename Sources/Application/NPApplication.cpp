@@ -70,6 +70,7 @@ private:
             QXLog("no display can be changed here: effects show nothing");
         }
         _engine->serve([this] { _workspace.terminate(); });
+        _loop.performOnMain([this] { _engine->session().watchApplications(); }); // as late as what serve() begins
         if (_engine->session().isReal()) {
             _openDoor();
         }
