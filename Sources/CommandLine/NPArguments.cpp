@@ -20,7 +20,8 @@ struct Command {
 constexpr std::size_t anyNumber = 1000;
 
 constexpr Command commands[] = {
-    {"run", 0, 0, "", "run", "the engine, in the foreground, until it is interrupted"},
+    {"run", 0, 0, "--no-profiles ", "run [--no-profiles]",
+     "the engine, in the foreground, until it is interrupted"},
     {"list", 0, 0, "--json ", "list [--json]", "the effects, their state and settings"},
     {"screens", 0, 0, "--json ", "screens [--json]", "the screens and what is on there"},
     {"status", 0, 0, "--json ", "status [--json]", "whether Nightpane runs and is switched on"},
@@ -40,6 +41,8 @@ constexpr Command commands[] = {
      "sunrise and sunset around a date"},
     {"location", 0, 2, "--json ", "location [LATITUDE LONGITUDE] [--json]", "where the sun is computed for"},
     {"table", 1, 1, "--json ", "table SCREEN [--json]", "the table that a screen shows"},
+    {"profile", 1, 1, "--json --out ", "profile SCREEN [--out FILE] [--json]",
+     "the colour profile that a screen uses; --out writes it"},
     {"restore", 0, 0, "", "restore", "switch off, and repair what an earlier run left changed"},
 };
 
@@ -95,13 +98,17 @@ private:
         } else if (name == "--json") {
             _arguments.json = true;
             _used.push_back(name);
-        } else if (name == "--platform" || name == "--fade" || name == "--at" || name == "--lat"
-                   || name == "--lon") {
+        } else if (name == "--no-profiles") {
+            _arguments.noProfiles = true;
+            _used.push_back(name);
+        } else if (name == "--platform" || name == "--fade" || name == "--at" || name == "--lat" || name == "--lon"
+                   || name == "--out") {
             _takeValue(name, equals);
         } else {
             _error = "there is no option " + name;
         }
-        const bool hasNoValue = name == "--help" || name == "--version" || name == "--json";
+        const bool hasNoValue =
+            name == "--help" || name == "--version" || name == "--json" || name == "--no-profiles";
         if (hasNoValue && equals != std::string::npos) {
             _error = name + " takes no value";
         }
@@ -126,6 +133,8 @@ private:
             _arguments.fade = value;
         } else if (name == "--at") {
             _arguments.at = value;
+        } else if (name == "--out") {
+            _arguments.out = value;
         } else {
             (name == "--lat" ? _arguments.latitude : _arguments.longitude) = _number(name, value);
         }
@@ -200,6 +209,7 @@ std::string NPUsageText()
     text += "\nOptions:\n"
             "  --platform auto|x11|simulated[:FILE]   which displays to use\n"
             "  --json                                 machine-readable output\n"
+            "  --no-profiles                          change the gamma tables alone, no colour profiles\n"
             "  --help, --version\n"
             "\nAn EFFECT is a name or an identifier, a SCREEN a position, a name or an identifier.\n"
             "\nSettings (KEY=VALUE):\n"

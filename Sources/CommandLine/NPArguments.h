@@ -12,8 +12,10 @@ struct NPArguments {
     bool help = false;
     bool version = false;
     bool json = false;
+    bool noProfiles = false; // no custom colour profiles
     std::string platform = "auto"; // "auto", "x11", "simulated" or "simulated:FILE"
     std::string fade = "manual";   // "none", "manual" or "timed"
+    std::optional<std::string> out; // a file to write
     std::optional<std::string> at; // a date, as given
     std::optional<double> latitude;
     std::optional<double> longitude;

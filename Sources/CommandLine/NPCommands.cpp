@@ -2,6 +2,7 @@
 
 #include "CommandLine/NPHotKeyNames.h"
 #include "CommandLine/NPJSON.h"
+#include "CommandLine/NPProfileDescription.h"
 #include "CommandLine/NPTextOutput.h"
 #include "Foundation/QXCalendar.h"
 #include "Foundation/QXNotificationCenter.h"
@@ -280,6 +281,18 @@ const Command& commandNamed(const std::string& name)
 
 } // namespace
 
+NPControlResult<void> NPPrintProfile(const NPArguments& arguments, const NPDisplayProfile& profile)
+{
+    if (arguments.out) {
+        const std::expected<QXData, std::string> content = profile.profile->copyData();
+        const auto written = content ? NPWriteFile(*arguments.out, *content) : std::unexpected(content.error());
+        if (!written) {
+            return failure(*arguments.out + ": " + written.error());
+        }
+    }
+    return printResult(arguments, NPControlResult<QXDictionary>(NPProfileDescription(profile)), NPProfileText);
+}
+
 bool NPCommandShowsEffects(const std::string& command)
 {
     return commandNamed(command).showsEffects;
@@ -287,7 +300,7 @@ bool NPCommandShowsEffects(const std::string& command)
 
 bool NPCommandAsksDisplays(const std::string& command)
 {
-    return command == "screens" || command == "table" || command == "restore";
+    return command == "screens" || command == "table" || command == "profile" || command == "restore";
 }
 
 bool NPCommandChangesSomething(const NPArguments& arguments)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "CommandLine/NPArguments.h"
+#include "Platform/NPColorProfileServices.h"
 #include "Platform/NPControl.h"
 #include "Platform/NPKeyboardLayout.h"
 #include "Sunset & Sunrise/NPSunriseSunsetCalculator.h"
@@ -15,6 +16,9 @@ bool NPCommandAsksDisplays(const std::string& command);
 
 // Whether the command changes anything at all.
 bool NPCommandChangesSomething(const NPArguments& arguments);
+
+// Prints what the screen's colour profile says, and writes it to the file that --out names.
+NPControlResult<void> NPPrintProfile(const NPArguments& arguments, const NPDisplayProfile& profile);
 
 // What prints and computes needs besides the control.
 struct NPCommandContext {

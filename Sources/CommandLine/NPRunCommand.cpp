@@ -6,7 +6,7 @@
 
 int NPRunCommand(const NPArguments& arguments)
 {
-    const auto started = NPEngine::start(arguments.platform, NPDisplayNeed::required);
+    const auto started = NPEngine::start(arguments.platform, NPDisplayNeed::required, !arguments.noProfiles);
     if (!started) {
         NPPrintError(started.error().message);
         return 1;

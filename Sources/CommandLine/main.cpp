@@ -12,6 +12,7 @@
 #include "Platform/Linux/NPDisplayGuard.h"
 #include "Platform/Linux/NPDisplayOwnerX11.h"
 #include "Platform/Linux/NPResourcesLinux.h"
+#include "Screens/NPProfileManager.h"
 #include "Shell/NPLocalControl.h"
 
 #include <algorithm>
@@ -44,6 +45,30 @@ NPCommandContext contextOf(const NPPlatform& platform)
     return {platform.timeZones.systemTimeZone(), platform.clock, platform.defaults, platform.keyboardLayout};
 }
 
+// Until it is known which profiles the displays use.
+void waitForColorProfiles(NPSession& session)
+{
+    bool isKnown = false;
+    bool isWaiting = false;
+    session.startColorProfiles([&] {
+        isKnown = true;
+        if (isWaiting) {
+            session.loop().stop();
+        }
+    });
+    if (!isKnown) {
+        isWaiting = true;
+        session.loop().run();
+    }
+}
+
+// Gives the displays the profiles that wait for them.
+void applyProfiles()
+{
+    sharedProfileManager()->setApplyEnabled(true);
+    sharedProfileManager()->waitUntilNoPendingProfile();
+}
+
 // With no instance to ask, the command does the work itself, and what it switches on stays on. What is recorded as on
 // is not brought back by a command that changes something else: the screens are driven from the start only where
 // they still show what an earlier command has switched on.
@@ -51,6 +76,11 @@ int performHere(const NPArguments& arguments, NPSession& session, std::optional<
 {
     QXSharedScope scope;
     NPInstallPlatform(session.platform());
+    const bool restores = arguments.command == "restore";
+    if (restores) {
+        session.installProfileManager();
+        waitForColorProfiles(session);
+    }
     const auto screenManager = sharedScreenManager();
     NPLocalControl control(session.platform(), *sharedEffectManager(), *screenManager, *sharedCalculator(),
                            {NPVersion(), session.platformName(), instance.value_or(0), instance.has_value()});
@@ -60,6 +90,10 @@ int performHere(const NPArguments& arguments, NPSession& session, std::optional<
     }
     const NPControlResult<void> result = NPPerformCommand(arguments, control, contextOf(platform));
     waitForFades(session, *screenManager);
+    if (restores) {
+        applyProfiles();
+        sharedProfileManager()->removeProfileFolder();
+    }
     const bool closed = session.close();
     return result && !closed ? exitFailed : exitCode(result);
 }
@@ -88,6 +122,18 @@ int runCommandThere(const NPArguments& arguments, NPControl& instance)
     return session ? performThere(arguments, **session, instance) : fail(session.error());
 }
 
+// What a screen uses is the same for every program, so no instance is asked.
+int printProfile(const NPArguments& arguments, NPSession& session)
+{
+    QXSharedScope scope;
+    NPInstallPlatform(session.platform());
+    waitForColorProfiles(session);
+    NPLocalControl control(session.platform(), *sharedEffectManager(), *sharedScreenManager(), *sharedCalculator(),
+                           {NPVersion(), session.platformName(), 0, false});
+    const auto profile = control.profile(arguments.operands[0]);
+    return exitCode(profile ? NPPrintProfile(arguments, *profile) : std::unexpected(profile.error()));
+}
+
 // `instance` is the process of an instance that runs but cannot be asked.
 int runCommandHere(const NPArguments& arguments, std::optional<int> instance)
 {
@@ -100,7 +146,8 @@ int runCommandHere(const NPArguments& arguments, std::optional<int> instance)
     } else if (problem && NPCommandShowsEffects(arguments.command)) {
         NPPrintError("no screen changes: " + *problem);
     }
-    return performHere(arguments, **session, instance);
+    return arguments.command == "profile" ? printProfile(arguments, **session)
+                                          : performHere(arguments, **session, instance);
 }
 
 // An engine that the session bus does not know of: it has the lock of our session, or drives our displays from
@@ -126,7 +173,7 @@ std::string refusal(const NPDisplayOwnerX11& engine)
 
 int runCommand(const NPArguments& arguments)
 {
-    if (arguments.platform.starts_with("simulated")) {
+    if (arguments.platform.starts_with("simulated") || arguments.command == "profile") {
         return runCommandHere(arguments, std::nullopt);
     }
     if (const std::unique_ptr<NPControl> instance = runningInstance()) {

@@ -1,6 +1,7 @@
 #include "Engine/NPEngine.h"
 
 #include "Engine/NPChangeLock.h"
+#include "Engine/NPEngineProfiles.h"
 #include "Foundation/QXLog.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayGuard.h"
@@ -107,7 +108,7 @@ private:
 };
 
 NPEngine::NPEngine(std::unique_ptr<NPDisplayGuard> guard, std::unique_ptr<NPEndSignals> signals,
-                   std::optional<NPInstanceLock> lock, std::unique_ptr<NPSession> session)
+                   std::optional<NPInstanceLock> lock, std::unique_ptr<NPSession> session, bool usesProfiles)
     : _guard(std::move(guard)), _signals(std::move(signals)), _lock(std::move(lock)), _session(std::move(session))
 {
     if (_guard) {
@@ -115,6 +116,10 @@ NPEngine::NPEngine(std::unique_ptr<NPDisplayGuard> guard, std::unique_ptr<NPEndS
     }
     const NPPlatform& platform = _session->platform();
     NPInstallPlatform(platform);
+    if (usesProfiles) {
+        _session->installProfileManager();
+        _profiles = std::make_unique<NPEngineProfiles>(*_session);
+    }
     _controller = std::make_shared<NPAppController>(platform, *sharedEffectManager(), *sharedScreenManager());
     _control = std::make_unique<NPLocalControl>(
         platform, *sharedEffectManager(), *sharedScreenManager(), *sharedCalculator(),
@@ -124,7 +129,7 @@ NPEngine::NPEngine(std::unique_ptr<NPDisplayGuard> guard, std::unique_ptr<NPEndS
 NPEngine::~NPEngine() = default;
 
 std::expected<std::unique_ptr<NPEngine>, NPEngineFailure> NPEngine::start(const std::string& platform,
-                                                                          NPDisplayNeed need)
+                                                                          NPDisplayNeed need, bool usesProfiles)
 {
     const bool isReal = !platform.starts_with("simulated");
     // Before anything else, so that no moment is unguarded and the guard holds no more memory than it needs.
@@ -161,7 +166,7 @@ std::expected<std::unique_ptr<NPEngine>, NPEngineFailure> NPEngine::start(const 
         return failed(false, session.error());
     }
     return std::unique_ptr<NPEngine>(
-        new NPEngine(std::move(guard), std::move(signals), std::move(lock), std::move(*session)));
+        new NPEngine(std::move(guard), std::move(signals), std::move(lock), std::move(*session), usesProfiles));
 }
 
 void NPEngine::launch()
@@ -186,6 +191,9 @@ void NPEngine::serve(std::function<void()> end)
             }
             _session->openHotKeys(_presence->bus());
             _session->watchWorkspace();
+            if (_profiles) {
+                _profiles->start();
+            }
         });
     }
     _session->begin(end);
@@ -206,6 +214,9 @@ bool NPEngine::finish()
 // The displays first: what is on the disk can wait, what is on the screen cannot.
 bool NPEngine::_giveDisplaysBack()
 {
+    if (_profiles) {
+        _profiles->release();
+    }
     _controller->applicationWillTerminate();
     NPDisplayServices& displays = _session->platform().displays;
     displays.restoreColorSyncSettings();

@@ -20,6 +20,7 @@
 
 class NPEndSignals;
 class NPEnginePresence;
+class NPEngineProfiles;
 
 // Why there is no engine.
 struct NPEngineFailure {
@@ -31,8 +32,9 @@ class NPEngine {
 public:
     // On the platform of that name (see NPSession). Forks the displays' guard: to be called while there is one thread
     // and little in memory. From then on SIGTERM, SIGINT and SIGHUP no longer end the process by themselves.
-    static std::expected<std::unique_ptr<NPEngine>, NPEngineFailure> start(const std::string& platform,
-                                                                           NPDisplayNeed need);
+    // Custom colour profiles are used, when the settings say so, unless that is ruled out here.
+    static std::expected<std::unique_ptr<NPEngine>, NPEngineFailure>
+    start(const std::string& platform, NPDisplayNeed need, bool usesProfiles = true);
 
     // Without finish(), the guard gives the displays back.
     ~NPEngine();
@@ -56,7 +58,7 @@ public:
 
 private:
     NPEngine(std::unique_ptr<NPDisplayGuard> guard, std::unique_ptr<NPEndSignals> signals,
-             std::optional<NPInstanceLock> lock, std::unique_ptr<NPSession> session);
+             std::optional<NPInstanceLock> lock, std::unique_ptr<NPSession> session, bool usesProfiles);
 
     bool _giveDisplaysBack();
 
@@ -67,6 +69,7 @@ private:
     QXSharedScope _scope;
     std::shared_ptr<NPAppController> _controller;
     std::unique_ptr<NPLocalControl> _control;
+    std::unique_ptr<NPEngineProfiles> _profiles; // none when they are ruled out
     std::unique_ptr<NPEnginePresence> _presence;
     NPWatch _signalWatch;
     bool _displaysLost = false;

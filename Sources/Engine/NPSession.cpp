@@ -2,16 +2,21 @@
 
 #include "Effects/NPEffectTimer.h"
 #include "Engine/NPSimulatedSession.h"
+#include "Foundation/QXSharedScope.h"
+#include "Platform/Linux/NPColorProfilesLinux.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayServicesX11.h"
+#include "Platform/Linux/NPFileServicesLinux.h"
 #include "Platform/Linux/NPHotKeyServicesLinux.h"
 #include "Platform/Linux/NPHotKeyServicesX11.h"
 #include "Platform/Linux/NPKeyboardLayoutLinux.h"
 #include "Platform/Linux/NPSettingsFolder.h"
 #include "Platform/Linux/NPTimeZoneServicesLinux.h"
 #include "Platform/Linux/NPUserDefaultsLinux.h"
+#include "Platform/Linux/NPWaitServicesLinux.h"
 #include "Platform/Linux/NPWorkspaceEventsLinux.h"
 #include "Platform/Simulated/NPSimulatedDisplays.h"
+#include "Screens/NPProfileManager.h"
 #include "Shell/NPAppController.h"
 
 #include <cstdlib>
@@ -35,6 +40,7 @@ public:
             return std::unexpected(displays.error());
         }
         _displays = std::move(*displays);
+        _profiles = std::make_shared<NPColorProfilesLinux>(*_displays, _loop);
         return {};
     }
 
@@ -43,7 +49,7 @@ public:
     {
         NPDisplayServices& displays = _displays ? static_cast<NPDisplayServices&>(*_displays) : _noDisplays;
         NPColorProfileServices& profiles =
-            _displays ? static_cast<NPColorProfileServices&>(*_displays) : _noDisplays;
+            _profiles ? static_cast<NPColorProfileServices&>(*_profiles) : _noDisplays;
         _platform =
             std::make_unique<NPPlatform>(NPPlatform{_loop, _loop, _loop, _timeZones, _defaults, displays, profiles,
                                                     _hotKeys, _keyboardLayout, _notifications, _workspaceEvents});
@@ -51,6 +57,26 @@ public:
 
     const NPPlatform& platform() const override { return *_platform; }
     NPMainLoopLinux& loop() override { return _loop; }
+
+    void installProfileManager() override
+    {
+        if (_profiles) {
+            QXSharedScope::current().instance<NPProfileApplying>([this] {
+                return std::make_shared<NPProfileManager>(
+                    NPProfileManager::Services{*_profiles, _files, _waits, _loop});
+            });
+        }
+    }
+
+    void startColorProfiles(std::function<void()> ready) override
+    {
+        if (_profiles) {
+            _profiles->start(std::move(ready));
+        } else {
+            ready();
+        }
+    }
+
     std::string platformName() const override { return _displays ? "x11" : "none"; }
     bool isReal() const override { return true; }
     std::optional<std::string> displayProblem() const override { return _displayProblem; }
@@ -122,8 +148,11 @@ private:
     NPSimulatedDisplays _noDisplays{_log}; // a set without any display: harmless, the last choice
     NPHotKeyServicesLinux _hotKeys;
     NPKeyboardLayoutLinux _keyboardLayout;
+    NPFileServicesLinux _files{std::getenv("XDG_CACHE_HOME"), std::getenv("HOME")};
+    NPWaitServicesLinux _waits;
     std::unique_ptr<NPDisplayServicesX11> _displays;
     std::optional<std::string> _displayProblem;
+    std::shared_ptr<NPColorProfilesLinux> _profiles;
     std::unique_ptr<NPPlatform> _platform;
     std::unique_ptr<NPWorkspaceEventsLinux> _workspaceWatch; // none for those who do not ask for it
 };

@@ -32,6 +32,15 @@ public:
     virtual ~NPSession() = default;
 
     virtual const NPPlatform& platform() const = 0;
+
+    // Puts a profile manager into the current scope: displays can then be given custom colour profiles. To be
+    // called before the first shared instance is used. Without it, or where there is no way to do so, nothing
+    // is ever written.
+    virtual void installProfileManager() = 0;
+
+    // Has the platform's colour service asked, and changes of profiles noticed; `ready` is called from the main
+    // loop, or at once, when it has answered or there is none.
+    virtual void startColorProfiles(std::function<void()> ready) = 0;
     virtual NPMainLoopLinux& loop() = 0;
     virtual std::string platformName() const = 0; // "x11", "simulated", "none"
 

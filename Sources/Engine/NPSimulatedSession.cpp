@@ -24,6 +24,8 @@ public:
 
     const NPPlatform& platform() const override { return _platform; }
     NPMainLoopLinux& loop() override { return _loop; }
+    void installProfileManager() override {} // simulated displays have no custom profiles
+    void startColorProfiles(std::function<void()> ready) override { ready(); }
     std::string platformName() const override { return "simulated"; }
     bool isReal() const override { return false; }
     std::optional<std::string> displayProblem() const override { return std::nullopt; }

@@ -22,6 +22,10 @@ struct NPDisplayProfile {
 // of the profile that it was made from.
 NPDisplayProfile NPDisplayProfileFromColorProfile(QXColorProfile profile);
 
+// Called on the main thread when a display has got another profile and it was not us who gave it: what
+// copyDisplayProfile() says of it has changed, and the display may have been made to show the new one's table.
+using NPDisplayProfileCallback = std::function<void(NPDisplayID display)>;
+
 class NPColorProfileServices {
 public:
     virtual ~NPColorProfileServices() = default;
@@ -29,4 +33,6 @@ public:
     // The display's own profile as it is now. Its base table is never one that an effect of ours has
     // changed, also when an earlier run ended without giving the display back.
     virtual NPDisplayProfile copyDisplayProfile(NPDisplayID display) = 0;
+
+    [[nodiscard]] virtual NPDisplaySubscription registerProfileCallback(NPDisplayProfileCallback callback) = 0;
 };

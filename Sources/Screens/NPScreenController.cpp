@@ -38,6 +38,13 @@ void NPScreenController::retriveGammaCurve()
     }
 }
 
+void NPScreenController::displayProfileDidChange()
+{
+    retriveGammaCurve();
+    _profileNeedsUpdate = _profileNeedsUpdate || _isActive;
+    ++_profileVersion;
+}
+
 void NPScreenController::setActivation(bool active, const std::shared_ptr<NPEffectGroup>& effect, double duration,
                                        QXDate targetDate)
 {

@@ -36,6 +36,10 @@ public:
     // Reads the display's own profile, and with it the base table, and what the display shows now.
     void retriveGammaCurve();
 
+    // Somebody has given the display another profile: what it says is read, and while an effect is on, the
+    // display gets a custom profile made from it. A write under way, made from the former one, is dropped.
+    void displayProfileDidChange();
+
     // Starts a fade of that many seconds, ending at the target date, from what the display shows now. A
     // deactivation that names another group than the one shown is ignored, and so is a request for the
     // state that holds already.

@@ -25,6 +25,8 @@ NPScreenManager::NPScreenManager(const NPPlatform& platform, NPEffectManager& ef
                                        [this](const QXNotification&) { _clockDidChange(); });
     _displaySubscription = platform.displays.registerReconfigurationCallback(
         [this](NPDisplayID display, std::uint32_t flags) { _displayDidChange(display, flags); });
+    _profileSubscription =
+        platform.profiles.registerProfileCallback([this](NPDisplayID display) { _profileDidChange(display); });
 }
 
 NPScreenManager::~NPScreenManager()
@@ -268,6 +270,15 @@ void NPScreenManager::_displayDidChange(NPDisplayID display, std::uint32_t flags
     }
     updateEffect();
     _postStateDidChange();
+}
+
+// Whoever gave the display the profile may have had it show the profile's table: it is written again at once.
+void NPScreenManager::_profileDidChange(NPDisplayID display)
+{
+    if (const std::shared_ptr<NPScreenController> known = _knownScreenController(display)) {
+        known->displayProfileDidChange();
+        updateEffect();
+    }
 }
 
 // Fades end at dates on the wall clock. Set back, it would take every display back to the start of its last

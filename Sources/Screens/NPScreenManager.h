@@ -76,6 +76,7 @@ private:
     double _fadeLength(NPTransitionKind transition, const NPEffectGroup& group) const;
     void _didUpdateEffects(const QXNotification& notification);
     void _displayDidChange(NPDisplayID display, std::uint32_t flags);
+    void _profileDidChange(NPDisplayID display);
     void _clockDidChange();
     void _setAllScreenControllersActive(bool active, const Group& group, double duration, QXDate targetDate);
     void _clearEffectOnScreenControllersNotInList(const NPDisplayList& screens, double duration,
@@ -109,6 +110,7 @@ private:
     NPProfileApplying& _profiles;
     QXNotificationObserver _observer;
     NPDisplaySubscription _displaySubscription;
+    NPDisplaySubscription _profileSubscription;
     std::optional<ControllerList> _screenControllers;
     std::shared_ptr<NPEffectTimer> _transitionTimer;
     double _transitionTimerInterval = 0.0;

@@ -2,6 +2,7 @@
 
 #include "Foundation/QXPropertyList.h"
 #include "Foundation/QXString.h"
+#include "Screens/NPProfileManager.h"
 #include "Shell/NPEffectSettings.h"
 
 #include <algorithm>
@@ -331,7 +332,35 @@ NPControlResult<QXDictionary> NPLocalControl::table(const std::string& screen)
 
 NPControlResult<void> NPLocalControl::restore()
 {
-    return setEffectActive(false);
+    const NPControlResult<void> switchedOff = setEffectActive(false);
+    _restoreProfiles();
+    _platform.displays.restoreColorSyncSettings();
+    return switchedOff;
+}
+
+// Also of displays that no controller has changed: an earlier run may have left custom profiles behind.
+void NPLocalControl::_restoreProfiles()
+{
+    const std::shared_ptr<NPProfileApplying> profiles = sharedProfileManager();
+    profiles->beginUpdate();
+    for (const NPDisplayID screen : _onlineDisplays()) {
+        profiles->setProfileURL(_platform.profiles.copyDisplayProfile(screen).location, screen);
+        profiles->removeProfileFileForScreen(screen);
+    }
+    profiles->endUpdate();
+}
+
+NPControlResult<NPDisplayProfile> NPLocalControl::profile(const std::string& screen)
+{
+    const NPControlResult<NPDisplayID> display = _screen(screen);
+    if (!display) {
+        return std::unexpected(display.error());
+    }
+    NPDisplayProfile profile = _platform.profiles.copyDisplayProfile(*display);
+    if (!profile.profile) {
+        return failure("screen '" + screen + "' has no colour profile");
+    }
+    return profile;
 }
 
 // By identifier, by name, or by a name that differs in the case of its letters; each only when it is clear

@@ -43,6 +43,9 @@ public:
     NPControlResult<QXDictionary> table(const std::string& screen) override;
     NPControlResult<void> restore() override;
 
+    // The colour profile that a screen uses now.
+    NPControlResult<NPDisplayProfile> profile(const std::string& screen);
+
 private:
     using Group = std::shared_ptr<NPEffectGroup>;
 
@@ -58,6 +61,7 @@ private:
     NPDisplayList _onlineDisplays() const;
     void _clearEffectFromScreens(const Group& group);
     QXDictionary _hotKeyDescription(const NPEffectGroup& group, const JXHotKey& hotKey) const;
+    void _restoreProfiles();
     QXDictionary _effectDescription(const NPEffectGroup& group) const;
     QXDictionary _screenDescription(NPDisplayID screen, std::size_t position) const;
 

@@ -65,7 +65,10 @@ protected:
     explicit NPCommandLineTest(NPTestXServer xServer = NPTestXServer::xvfb())
         : server(std::move(xServer)), display("DISPLAY", server.displayName()),
           config("XDG_CONFIG_HOME", (folder / "config").string()),
-          runtime("XDG_RUNTIME_DIR", folder.path().string()), zone("TZ", "UTC"), randr(server.displayName())
+          caches("XDG_CACHE_HOME", (folder / "caches").string()),
+          runtime("XDG_RUNTIME_DIR", folder.path().string()),
+          systemBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (folder / "none").string()), zone("TZ", "UTC"),
+          randr(server.displayName())
     {
         for (const NPTestRandR::Output& output : randr.outputs()) {
             if (output.crtc != 0) {
@@ -102,7 +105,7 @@ protected:
         throw std::runtime_error("no output is driven");
     }
 
-    bool hasRecords() const { return !randr.rootPropertyNames("_NIGHTPANE").empty(); }
+    bool hasRecords() const { return !randr.rootPropertyNames("_NIGHTPANE_BASE").empty(); }
 
     std::string settingsFile() const { return folder / "config/nightpane/org.nightpane.Nightpane.plist"; }
 
@@ -110,7 +113,9 @@ protected:
     NPTemporaryFolder folder;
     NPTestVariable display;
     NPTestVariable config;
+    NPTestVariable caches;
     NPTestVariable runtime;
+    NPTestVariable systemBus; // a colour service of the machine's is none of the tests' business
     NPTestVariable zone;
     NPTestRandR randr;
 };
@@ -226,16 +231,21 @@ TEST_F(NPCommandLineAloneTest, AGuardThatIsKilledIsReplacedByAnother)
     ASSERT_EQ(run({"activate", "Night", "--fade", "none"}).status, 0);
     NPTestProgram engine = startEngine();
     ASSERT_TRUE(NPTestEventually([&] { return gamma() == dimmedBy20(); }));
-    for (long round = 1; round <= 2; ++round) {
+    const std::string replaced = "another one has taken its place";
+    for (int round = 1; round <= 2; ++round) {
         const std::string former = childrenOf(engine.process());
         ::kill(std::stoi(former), SIGKILL);
         ASSERT_TRUE(NPTestEventually([&] {
             const std::string children = childrenOf(engine.process());
             return !children.empty() && children != former && nameOf(children) == "nightpane-guard";
         })) << engine.errors();
-        EXPECT_TRUE(NPTestEventually([&] { return lines(engine.errors()) == round; })) << engine.errors();
+        EXPECT_TRUE(NPTestEventually([&] {
+            const std::string errors = engine.errors();
+            const std::size_t first = errors.find(replaced);
+            return first != std::string::npos
+                   && (errors.find(replaced, first + 1) != std::string::npos) == (round == 2);
+        })) << engine.errors();
     }
-    EXPECT_NE(engine.errors().find("another one has taken its place"), std::string::npos) << engine.errors();
     engine.signal(SIGKILL);
     EXPECT_EQ(engine.wait(), -SIGKILL);
     EXPECT_TRUE(NPTestEventually([&] { return gamma() == NPTestIdentityGamma() && !hasRecords(); }));
@@ -444,7 +454,7 @@ TEST_F(NPCommandLineAloneTest, OfTwoEnginesThatStartAtATimeOneRuns)
             const bool isOneRefused = one.errors().find("already running") != std::string::npos;
             return isOneRefused != (other.errors().find("already running") != std::string::npos);
         }));
-        NPTestProgram& runs = one.errors().empty() ? one : other;
+        NPTestProgram& runs = one.errors().find("already running") == std::string::npos ? one : other;
         EXPECT_TRUE(NPTestEventually([&] { return runs.output().find("white") != std::string::npos; }));
         runs.signal(SIGTERM);
         EXPECT_EQ(runs.wait(), 0);

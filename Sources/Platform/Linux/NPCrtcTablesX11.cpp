@@ -1,6 +1,7 @@
 #include "Platform/Linux/NPCrtcTablesX11.h"
 
 #include <algorithm>
+#include <cmath>
 #include <set>
 #include <utility>
 
@@ -19,6 +20,18 @@ const NPBaseRecordX11* recordOfDisplay(const NPLayoutX11& layout, NPDisplayID di
     return nullptr;
 }
 
+// Whoever loads a profile's table rounds it in a way of their own.
+bool isSameButForRounding(const QXGammaTable& left, const QXGammaTable& right)
+{
+    constexpr float tolerance = 2.0F / 65535.0F;
+    const auto alike = [&](const QXGammaTable::Channel& one, const QXGammaTable::Channel& other) {
+        return std::equal(one.begin(), one.begin() + left.sampleCount, other.begin(),
+                          [](float a, float b) { return std::fabs(a - b) <= tolerance; });
+    };
+    return left.sampleCount == right.sampleCount && alike(left.redTable, right.redTable)
+           && alike(left.greenTable, right.greenTable) && alike(left.blueTable, right.blueTable);
+}
+
 } // namespace
 
 NPCrtcTablesX11::NPCrtcTablesX11(NPConnectionX11& connection, NPDisplayGuard* guard, std::uint64_t owner)
@@ -35,6 +48,18 @@ NPCrtcTablesX11::BaseTable NPCrtcTablesX11::_makeBase(const NPHardwareTable& tab
         return {NPHardwareTableResized(table, size), NPGammaTableFromHardwareTable(table)};
     }
     return {table, NPGammaTableFromHardwareTable(table)};
+}
+
+// What is known of the same table stays.
+void NPCrtcTablesX11::_replaceBase(Crtc& crtc, BaseTable base)
+{
+    const bool isSame = crtc.base && crtc.base->hardware == base.hardware;
+    base.isGuarded = isSame && crtc.base->isGuarded;
+    base.isFromProfile = isSame && crtc.base->isFromProfile;
+    if (base.isFromProfile) {
+        base.record = crtc.base->record;
+    }
+    crtc.base = std::move(base);
 }
 
 void NPCrtcTablesX11::adopt(const NPLayoutX11& layout, const DisplayOfCrtc& displayOfCrtc)
@@ -80,9 +105,7 @@ void NPCrtcTablesX11::_adoptCrtc(const NPCrtcX11& source, NPDisplayID display, c
         record = &*source.record;
     }
     if (record != nullptr) {
-        BaseTable base = _makeBase(record->table, crtc.size);
-        base.isGuarded = crtc.base && crtc.base->isGuarded && crtc.base->hardware == base.hardware;
-        crtc.base = std::move(base);
+        _replaceBase(crtc, _makeBase(record->table, crtc.size));
         crtc.isChanged = true;
         crtc.isRecorded = source.record && record == &*source.record && record->owner == _owner;
     } else if (crtc.display != display && !crtc.isChanged) {
@@ -123,6 +146,33 @@ std::optional<QXGammaTable> NPCrtcTablesX11::baseTable(xcb_randr_crtc_t identifi
         return std::nullopt;
     }
     return crtc->base->record;
+}
+
+std::optional<QXGammaTable> NPCrtcTablesX11::setBaseTable(xcb_randr_crtc_t identifier, const QXGammaTable& table)
+{
+    Crtc* const crtc = _crtc(identifier);
+    if (crtc == nullptr || (!crtc->isChanged && !_renewBase(identifier, *crtc))) {
+        return std::nullopt;
+    }
+    NPHardwareTable hardware(crtc->size);
+    NPHardwareTableFill(table, hardware);
+    if (NPHardwareTableShowsPicture(hardware) && !isSameButForRounding(crtc->base->record, table)) {
+        crtc->base = BaseTable{std::move(hardware), table};
+        crtc->isChanged = true;
+        crtc->isRecorded = false;
+    }
+    crtc->base->isFromProfile = true;
+    return crtc->base->record;
+}
+
+std::optional<QXGammaTable> NPCrtcTablesX11::baseTableWithoutProfile(xcb_randr_crtc_t identifier)
+{
+    Crtc* const crtc = _crtc(identifier);
+    if (crtc != nullptr && crtc->isChanged && crtc->base->isFromProfile) {
+        crtc->base = BaseTable{NPHardwareTableIdentity(crtc->size), QXGammaTableIdentity()};
+        crtc->isRecorded = false;
+    }
+    return baseTable(identifier);
 }
 
 bool NPCrtcTablesX11::write(xcb_randr_crtc_t identifier, const QXGammaTable& table)
@@ -219,9 +269,7 @@ bool NPCrtcTablesX11::_renewBase(xcb_randr_crtc_t identifier, Crtc& crtc)
 {
     const std::optional<NPHardwareTable> table = _readTable(identifier, crtc);
     if (table) {
-        BaseTable base = _makeBase(*table, crtc.size);
-        base.isGuarded = crtc.base && crtc.base->isGuarded && crtc.base->hardware == base.hardware;
-        crtc.base = std::move(base);
+        _replaceBase(crtc, _makeBase(*table, crtc.size));
     }
     return table.has_value();
 }

@@ -44,6 +44,16 @@ public:
     // the neutral table. None when the CRTC has no table.
     std::optional<QXGammaTable> baseTable(xcb_randr_crtc_t crtc);
 
+    // The profile of the display on the CRTC says what its own table is. From then on that is the CRTC's own
+    // table, to which restoring and the guard go back, whatever it shows. The result is the table to be used for
+    // it: the CRTC's own so far where the two are the same but for rounding. Nothing changes, and the result is
+    // the same as of baseTable(), for a table that shows nothing.
+    std::optional<QXGammaTable> setBaseTable(xcb_randr_crtc_t crtc, const QXGammaTable& table);
+
+    // The profile of the display on the CRTC says nothing about its own table. The result is the same as of
+    // baseTable(), except after another profile had decided it: then it is the neutral table.
+    std::optional<QXGammaTable> baseTableWithoutProfile(xcb_randr_crtc_t crtc);
+
     // Has the CRTC show the table. A table equal to baseTable() writes the hardware's own table back, sample
     // for sample, whatever its size. While the server is behind, the table is held, and replaced by newer
     // ones, until sendHeldTables(). False when there is no such table or the connection is lost.
@@ -66,6 +76,7 @@ private:
         NPHardwareTable hardware;
         QXGammaTable record;
         bool isGuarded = false; // the guard holds it
+        bool isFromProfile = false; // a profile of the display decided it
     };
 
     struct Crtc {
@@ -82,6 +93,7 @@ private:
     };
 
     static BaseTable _makeBase(const NPHardwareTable& table, std::size_t size);
+    static void _replaceBase(Crtc& crtc, BaseTable base);
     static void _prepareRestoring(Crtc& crtc);
     void _adoptCrtc(const NPCrtcX11& source, NPDisplayID display, const NPLayoutX11& layout);
     Crtc* _crtc(xcb_randr_crtc_t crtc);

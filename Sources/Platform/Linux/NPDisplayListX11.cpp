@@ -33,6 +33,26 @@ std::uint32_t changeFlags(const NPDisplayX11* before, const NPDisplayX11& after,
     return flags;
 }
 
+// Monitors are numbered as Xinerama does it: the primary one first, then in the order of the CRTCs.
+void numberMonitors(NPDisplayListX11& list, const NPLayoutX11& layout)
+{
+    if (list.empty()) {
+        return;
+    }
+    const bool hasPrimary = list.front().output == layout.primary;
+    std::size_t next = hasPrimary ? 1 : 0;
+    for (const NPCrtcX11& crtc : layout.crtcs) {
+        bool isMonitor = false;
+        for (NPDisplayX11& display : list) {
+            if (display.crtc == crtc.crtc && !(hasPrimary && crtc.crtc == list.front().crtc)) {
+                display.monitor = next;
+                isMonitor = true;
+            }
+        }
+        next += isMonitor ? 1 : 0;
+    }
+}
+
 } // namespace
 
 NPDisplayListX11 NPDisplayListFromLayoutX11(const NPLayoutX11& layout, NPDisplayIdentities& identities)
@@ -58,6 +78,8 @@ NPDisplayListX11 NPDisplayListFromLayoutX11(const NPLayoutX11& layout, NPDisplay
                         .output = output.output,
                         .crtc = output.crtc,
                         .name = isNamed ? edids[i]->monitorName : output.connector,
+                        .connector = output.connector,
+                        .edid = output.edid,
                         .area = crtc->area,
                         .mode = crtc->mode,
                         .rotation = crtc->rotation,
@@ -67,6 +89,7 @@ NPDisplayListX11 NPDisplayListFromLayoutX11(const NPLayoutX11& layout, NPDisplay
     if (primary != list.end()) {
         std::rotate(list.begin(), primary, primary + 1);
     }
+    numberMonitors(list, layout);
     if (list.size() > NPDisplayListCapacity) {
         list.erase(list.begin() + NPDisplayListCapacity, list.end());
     }

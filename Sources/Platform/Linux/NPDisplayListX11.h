@@ -14,11 +14,14 @@ struct NPDisplayX11 {
     xcb_randr_output_t output = 0;
     xcb_randr_crtc_t crtc = 0;
     std::string name; // for people: what the display calls itself, else its connector
+    std::string connector;
+    std::vector<std::uint8_t> edid; // as the server gives it
     NPRect area;      // in the coordinates of the X screen
     xcb_randr_mode_t mode = 0;
     std::uint16_t rotation = 0;
     std::size_t tableSize = 0;
-    bool isCopy = false; // shares its CRTC, and so its table, with a display before it in the list
+    std::size_t monitor = 0; // the position among the server's monitors, in the order that older programs know
+    bool isCopy = false;     // shares its CRTC, and so its table, with a display before it in the list
 };
 
 using NPDisplayListX11 = std::vector<NPDisplayX11>;

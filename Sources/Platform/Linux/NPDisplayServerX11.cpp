@@ -8,9 +8,15 @@
 #include <sys/random.h>
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace {
+
+std::size_t hashOf(const QXData& content)
+{
+    return std::hash<std::string_view>()({reinterpret_cast<const char*>(content.data()), content.size()});
+}
 
 std::uint64_t randomOwner()
 {
@@ -25,7 +31,7 @@ std::uint64_t randomOwner()
 
 NPDisplayServerX11::NPDisplayServerX11(NPConnectionX11 connection, NPMainLoopLinux& loop, NPDisplayGuard* guard,
                                        std::uint64_t owner)
-    : _connection(std::move(connection)), _loop(loop), _tables(_connection, guard, owner)
+    : _connection(std::move(connection)), _loop(loop), _tables(_connection, guard, owner), _profiles(_connection)
 {
     if (guard != nullptr) {
         _markConnection(*guard, owner);
@@ -123,6 +129,9 @@ void NPDisplayServerX11::_prepareToWait()
     while (_events.any && _connection.isResponding() && _updateLayout()) {
         _takeEvents(xcb_poll_for_queued_event);
     }
+    if (_profilesMayHaveChanged && _connection.isResponding()) {
+        _lookAtProfiles();
+    }
     // Held because there was no room, or for a display that has just been announced.
     if (_tables.holdsTables()) {
         _tables.sendHeldTables();
@@ -161,6 +170,9 @@ void NPDisplayServerX11::_takeEvent(const xcb_generic_event_t& event, NPLayoutEv
     const int type = event.response_type & 0x7F; // the top bit only says that another client sent it
     if (type == 0) {
         _takeError(reinterpret_cast<const xcb_generic_error_t&>(event));
+    } else if (type == XCB_PROPERTY_NOTIFY) {
+        const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+        _profilesMayHaveChanged = _profilesMayHaveChanged || _profiles.isProfileName(change.atom);
     } else if (type == _reader->firstEvent() + XCB_RANDR_SCREEN_CHANGE_NOTIFY) {
         events.any = true;
     } else if (type == _reader->firstEvent() + XCB_RANDR_NOTIFY) {
@@ -168,7 +180,7 @@ void NPDisplayServerX11::_takeEvent(const xcb_generic_event_t& event, NPLayoutEv
     }
 }
 
-void NPDisplayServerX11::_takeRandREvent(const xcb_randr_notify_event_t& event, NPLayoutEventsX11& events) const
+void NPDisplayServerX11::_takeRandREvent(const xcb_randr_notify_event_t& event, NPLayoutEventsX11& events)
 {
     switch (event.subCode) {
     case XCB_RANDR_NOTIFY_CRTC_CHANGE:
@@ -183,6 +195,7 @@ void NPDisplayServerX11::_takeRandREvent(const xcb_randr_notify_event_t& event, 
         break;
     case XCB_RANDR_NOTIFY_OUTPUT_PROPERTY:
         events.any = events.any || event.u.op.atom == _reader->edidName();
+        _profilesMayHaveChanged = _profilesMayHaveChanged || _profiles.isProfileName(event.u.op.atom);
         break;
     default:
         break;
@@ -240,6 +253,43 @@ void NPDisplayServerX11::_tellChanges(const std::vector<NPDisplayChangeX11>& cha
             if (const auto callback = entry.lock()) {
                 (*callback)(change.identifier, change.flags);
             }
+        }
+    }
+}
+
+QXData NPDisplayServerX11::profile(const NPDisplayX11& display)
+{
+    QXData content = _profiles.profile({display.output, display.monitor});
+    _profilesSeen[display.identifier] = hashOf(content);
+    return content;
+}
+
+void NPDisplayServerX11::watchRootProfiles()
+{
+    const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_change_window_attributes(_connection.handle(), _connection.root(), XCB_CW_EVENT_MASK, &mask);
+    xcb_flush(_connection.handle());
+}
+
+// A custom profile of ours is no news; that another one takes its place is.
+void NPDisplayServerX11::_lookAtProfiles()
+{
+    _profilesMayHaveChanged = false;
+    std::vector<NPDisplayID> changed;
+    for (const NPDisplayX11& display : _displays) {
+        const auto seen = _profilesSeen.find(display.identifier);
+        if (seen == _profilesSeen.end()) {
+            continue;
+        }
+        const std::size_t former = seen->second;
+        const QXData content = profile(display);
+        if (hashOf(content) != former && !NPIsCustomProfile(content)) {
+            changed.push_back(display.identifier);
+        }
+    }
+    for (const NPDisplayID display : changed) {
+        if (profileHandler) {
+            profileHandler(display);
         }
     }
 }

@@ -7,6 +7,7 @@
 #include "Platform/Linux/NPDisplayListX11.h"
 #include "Platform/Linux/NPLayoutX11.h"
 #include "Platform/Linux/NPMainLoopLinux.h"
+#include "Platform/Linux/NPProfilePropertiesX11.h"
 
 #include <expected>
 #include <functional>
@@ -28,6 +29,17 @@ public:
     const NPCrtcTablesX11& tables() const { return _tables; }
     bool finishWriting();
 
+    const std::string& name() const { return _connection.name(); }
+
+    // The profile that stands in the server for the display; empty when there is none.
+    QXData profile(const NPDisplayX11& display);
+
+    // From now on also says what becomes of profiles on the root window.
+    void watchRootProfiles();
+
+    // Called when a profile that was read has become another one, not one of ours.
+    std::function<void(NPDisplayID)> profileHandler;
+
     NPDisplaySubscription addCallback(NPDisplayReconfigurationCallback callback);
     std::function<void()> connectionLostHandler;
 
@@ -42,12 +54,13 @@ private:
     void _watchDescriptor(std::uint32_t events);
     void _takeEvents(xcb_generic_event_t* (*next)(xcb_connection_t* handle));
     void _takeEvent(const xcb_generic_event_t& event, NPLayoutEventsX11& events);
-    void _takeRandREvent(const xcb_randr_notify_event_t& event, NPLayoutEventsX11& events) const;
+    void _takeRandREvent(const xcb_randr_notify_event_t& event, NPLayoutEventsX11& events);
     void _takeError(const xcb_generic_error_t& error);
     bool _updateLayout();
     void _adopt(const NPLayoutX11& layout);
     void _tellChanges(const std::vector<NPDisplayChangeX11>& changes);
     void _tellLoss();
+    void _lookAtProfiles();
 
     NPConnectionX11 _connection;
     xcb_window_t _ownerWindow = XCB_WINDOW_NONE; // none for a program that does not guard the displays
@@ -59,6 +72,9 @@ private:
     NPLayoutEventsX11 _events; // since the layout was read
     bool _hasBeenRefused = false;
     std::vector<std::weak_ptr<const NPDisplayReconfigurationCallback>> _callbacks;
+    NPProfilePropertiesX11 _profiles;
+    std::map<NPDisplayID, std::size_t> _profilesSeen; // the hashes of their bytes
+    bool _profilesMayHaveChanged = false;
     std::uint32_t _watchedEvents = 0;
     NPWatch _descriptorWatch;
     NPWatch _turnWatch;

@@ -1,6 +1,7 @@
 #include "Platform/Linux/NPDisplayServicesX11.h"
 
 #include "Platform/Linux/NPDisplayServerX11.h"
+#include "Platform/Linux/NPEdid.h"
 
 #include <algorithm>
 #include <ranges>
@@ -45,6 +46,7 @@ bool overlap(double left, double leftLength, double right, double rightLength)
 
 NPDisplayServicesX11::NPDisplayServicesX11(std::unique_ptr<NPDisplayServerX11> server) : _server(std::move(server))
 {
+    _server->profileHandler = [this](NPDisplayID display) { _profileDidChange(display); };
 }
 
 NPDisplayServicesX11::~NPDisplayServicesX11() = default;
@@ -145,6 +147,66 @@ NPDisplayServicesX11::registerReconfigurationCallback(NPDisplayReconfigurationCa
 NPDisplayProfile NPDisplayServicesX11::copyDisplayProfile(NPDisplayID display)
 {
     const NPDisplayX11* const found = onlineDisplay(*_server, display);
-    const auto base = found == nullptr ? std::nullopt : _server->tables().baseTable(found->crtc);
-    return {base.value_or(QXGammaTable{}), std::nullopt};
+    if (found == nullptr) {
+        return {};
+    }
+    if (auto profile = QXColorProfile::profileWithData(_server->profile(*found))) {
+        return adoptDisplayProfile(display, std::move(*profile));
+    }
+    const QXDisplayColors colors = NPEdidColors(found->edid).value_or(QXStandardColors);
+    auto profile = QXColorProfileForDisplay(colors, found->name.c_str());
+    if (!profile) {
+        profile = QXColorProfileForDisplay(QXStandardColors, found->name.c_str());
+    }
+    return adoptDisplayProfile(display, std::move(*profile));
+}
+
+NPDisplayProfile NPDisplayServicesX11::adoptDisplayProfile(NPDisplayID display, QXColorProfile profile)
+{
+    const NPDisplayX11* const found = onlineDisplay(*_server, display);
+    if (found == nullptr) {
+        return {};
+    }
+    NPCrtcTablesX11& tables = _server->tables();
+    const bool decides = profile.tag(QXVideoCardGammaTag) || profile.tag(QXBaseTableTag);
+    NPDisplayProfile own = NPDisplayProfileFromColorProfile(std::move(profile));
+    if (decides && own.baseTable.sampleCount == 0) {
+        return own; // a damaged table of ours: the display is left alone
+    }
+    const auto base = found->isCopy ? tables.baseTable(found->crtc)
+                      : decides     ? tables.setBaseTable(found->crtc, own.baseTable)
+                                    : tables.baseTableWithoutProfile(found->crtc);
+    own.baseTable = base.value_or(QXGammaTable{});
+    return own;
+}
+
+NPDisplaySubscription NPDisplayServicesX11::registerProfileCallback(NPDisplayProfileCallback callback)
+{
+    std::erase_if(_profileCallbacks, [](const auto& entry) { return entry.expired(); });
+    auto kept = std::make_shared<NPDisplayProfileCallback>(std::move(callback));
+    _profileCallbacks.push_back(kept);
+    return kept;
+}
+
+std::optional<NPProfileAddressX11> NPDisplayServicesX11::profileAddress(NPDisplayID display) const
+{
+    const NPDisplayX11* const found = onlineDisplay(*_server, display);
+    return found == nullptr ? std::nullopt
+                            : std::optional(NPProfileAddressX11{
+                                  _server->name(), found->connector, {found->output, found->monitor}});
+}
+
+void NPDisplayServicesX11::watchRootProfiles()
+{
+    _server->watchRootProfiles();
+}
+
+void NPDisplayServicesX11::_profileDidChange(NPDisplayID display)
+{
+    const auto callbacks = _profileCallbacks; // they may come and go meanwhile
+    for (const auto& entry : callbacks) {
+        if (const auto callback = entry.lock()) {
+            (*callback)(display);
+        }
+    }
 }

@@ -11,6 +11,7 @@
 
 #include "Platform/Linux/NPDisplayGuard.h"
 #include "Platform/Linux/NPMainLoopLinux.h"
+#include "Platform/Linux/NPProfilePropertiesX11.h"
 #include "Platform/NPColorProfileServices.h"
 #include "Platform/NPDisplayServices.h"
 
@@ -18,8 +19,15 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 class NPDisplayServerX11;
+
+struct NPProfileAddressX11 {
+    std::string displayName; // of the server
+    std::string connector;
+    NPProfilePlaceX11 place;
+};
 
 class NPDisplayServicesX11 final : public NPDisplayServices, public NPColorProfileServices {
 public:
@@ -58,11 +66,28 @@ public:
     [[nodiscard]] NPDisplaySubscription
     registerReconfigurationCallback(NPDisplayReconfigurationCallback callback) override;
 
-    // The display's own table, without a location.
+    // The profile that stands in the server for the display; else one made from what the display says of its
+    // colours, else sRGB. None of them has a location, except that of which a custom profile of ours tells.
     NPDisplayProfile copyDisplayProfile(NPDisplayID display) override;
+    [[nodiscard]] NPDisplaySubscription registerProfileCallback(NPDisplayProfileCallback callback) override;
+
+    // The same for a profile that is known from elsewhere to be the display's.
+    //
+    // A profile with a gamma table, or with a base table of ours, decides which table is the display's own: the
+    // one that restoreColorSyncSettings() and the guard go back to. Otherwise it is the one that the display has
+    // shown so far.
+    NPDisplayProfile adoptDisplayProfile(NPDisplayID display, QXColorProfile profile);
+
+    // Where profiles of the display are looked for; none when it is not online.
+    std::optional<NPProfileAddressX11> profileAddress(NPDisplayID display) const;
+
+    // Has changes on the root window count as well. It wakes the program whenever a property changes there.
+    void watchRootProfiles();
 
 private:
     explicit NPDisplayServicesX11(std::unique_ptr<NPDisplayServerX11> server);
+    void _profileDidChange(NPDisplayID display);
 
     std::unique_ptr<NPDisplayServerX11> _server;
+    std::vector<std::weak_ptr<NPDisplayProfileCallback>> _profileCallbacks;
 };

@@ -11,6 +11,11 @@ constexpr std::array<std::uint8_t, 8> blockHeader = {0x00, 0xFF, 0xFF, 0xFF, 0xF
 constexpr std::size_t identityOffset = 8; // vendor 2, product 2, serial number 4
 constexpr std::size_t identitySize = 8;
 
+constexpr std::size_t gammaOffset = 23;
+constexpr std::uint8_t gammaElsewhere = 0xFF; // in an extension block
+constexpr std::size_t lowerBitsOffset = 25;
+constexpr std::size_t upperBitsOffset = 27;
+
 constexpr std::size_t descriptorsOffset = 54;
 constexpr std::size_t descriptorSize = 18;
 constexpr std::size_t descriptorCount = 4;
@@ -54,6 +59,23 @@ std::string descriptorText(std::span<const std::uint8_t> block, std::uint8_t tag
 }
 
 } // namespace
+
+// Coordinates are fractions of 1024. Their 8 upper bits are a byte each; the 2 lower bits of four coordinates at
+// a time share a byte, red x in the uppermost bits.
+std::optional<QXDisplayColors> NPEdidColors(std::span<const std::uint8_t> data)
+{
+    if (!isWholeBlock(data)) {
+        return std::nullopt;
+    }
+    const auto coordinate = [&](std::size_t index) {
+        const unsigned int lower = data[lowerBitsOffset + index / 4] >> (6 - 2 * (index % 4)) & 3U;
+        return (data[upperBitsOffset + index] * 4U + lower) / 1024.0;
+    };
+    const auto color = [&](std::size_t index) { return QXChromaticity{coordinate(index), coordinate(index + 1)}; };
+    const std::uint8_t gamma = data[gammaOffset];
+    return QXDisplayColors{color(0), color(2), color(4), color(6),
+                           gamma != gammaElsewhere ? std::optional(1.0 + gamma / 100.0) : std::nullopt};
+}
 
 std::optional<NPEdid> NPEdidParse(std::span<const std::uint8_t> data)
 {

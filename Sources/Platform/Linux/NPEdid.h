@@ -1,6 +1,8 @@
 // What a display says of itself: the parts of its EDID block that tell which display it is.
 #pragma once
 
+#include "ScreenGamma/QXDisplayColors.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -13,6 +15,9 @@ struct NPEdid {
 
     std::string monitorName; // for people; empty when the display gives none
 };
+
+// The display's colours and gamma, as its maker states them. None for data that is no whole EDID block.
+std::optional<QXDisplayColors> NPEdidColors(std::span<const std::uint8_t> data);
 
 // None for data that is no whole EDID block with a correct checksum, and for one that names neither vendor,
 // product nor serial: neither can tell two displays apart, and a damaged block may read differently the

@@ -130,6 +130,13 @@ NPDisplayProfile NPSimulatedDisplays::copyDisplayProfile(NPDisplayID identifier)
     return {found->baseTable, found->profileLocation};
 }
 
+NPDisplaySubscription NPSimulatedDisplays::registerProfileCallback(NPDisplayProfileCallback callback)
+{
+    auto installed = std::make_shared<NPDisplayProfileCallback>(std::move(callback));
+    _profileCallbacks.push_back(installed);
+    return installed;
+}
+
 void NPSimulatedDisplays::plug(NPSimulatedDisplay added)
 {
     const NPDisplayID identifier = added.identifier;
@@ -163,6 +170,22 @@ void NPSimulatedDisplays::unplug(NPDisplayID identifier)
 void NPSimulatedDisplays::changeMode(NPDisplayID identifier)
 {
     _announce(identifier, NPDisplayChangeSetMode);
+}
+
+void NPSimulatedDisplays::changeProfile(NPDisplayID identifier, QXColorProfile profile)
+{
+    NPSimulatedDisplay* const changed = display(identifier);
+    if (!changed) {
+        return;
+    }
+    changed->table = QXColorProfileGetGammaTable(profile);
+    changed->profile = std::move(profile);
+    const auto callbacks = _profileCallbacks;
+    for (const std::weak_ptr<NPDisplayProfileCallback>& weak : callbacks) {
+        if (const auto callback = weak.lock()) {
+            (*callback)(identifier);
+        }
+    }
 }
 
 NPSimulatedDisplay* NPSimulatedDisplays::display(NPDisplayID identifier)

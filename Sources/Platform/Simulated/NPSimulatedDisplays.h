@@ -37,12 +37,16 @@ public:
     bool finishWriting() override { return true; }
     NPDisplaySubscription registerReconfigurationCallback(NPDisplayReconfigurationCallback callback) override;
     NPDisplayProfile copyDisplayProfile(NPDisplayID display) override;
+    NPDisplaySubscription registerProfileCallback(NPDisplayProfileCallback callback) override;
 
     // Adds a display, or puts the one with that identifier in order again, and announces it when online.
     void plug(NPSimulatedDisplay display);
     void plugAgain(NPDisplayID display); // as it was unplugged
     void unplug(NPDisplayID display);
     void changeMode(NPDisplayID display); // announces a change of mode
+
+    // Somebody gives the display another profile and has it show that profile's table; announced.
+    void changeProfile(NPDisplayID display, QXColorProfile profile);
 
     // The display, online or not, to look at or to make it fail; nullptr when there never was one.
     NPSimulatedDisplay* display(NPDisplayID identifier);
@@ -63,4 +67,5 @@ private:
     bool _logsCallbacks = false;
     std::vector<NPSimulatedDisplay> _displays;
     std::vector<std::weak_ptr<NPDisplayReconfigurationCallback>> _callbacks;
+    std::vector<std::weak_ptr<NPDisplayProfileCallback>> _profileCallbacks;
 };

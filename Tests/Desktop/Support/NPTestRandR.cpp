@@ -150,6 +150,35 @@ void NPTestRandR::setRootProperty(const std::string& name, const std::vector<std
            "ChangeProperty");
 }
 
+std::optional<std::vector<std::uint8_t>> NPTestRandR::bytes(const std::string& outputName,
+                                                            const std::string& property) const
+{
+    xcb_connection_t* const c = _connection.get();
+    const std::uint8_t* first = nullptr;
+    if (outputName.empty()) {
+        const auto reply = needed(
+            xcb_get_property_reply(c, xcb_get_property(c, 0, _root, _atom(property), 0, 0, 1U << 20), nullptr),
+            "GetProperty");
+        first = static_cast<const std::uint8_t*>(xcb_get_property_value(reply.get()));
+        return reply->format == 8 ? std::optional(std::vector<std::uint8_t>(first, first + reply->value_len))
+                                  : std::nullopt;
+    }
+    const auto request =
+        xcb_randr_get_output_property(c, output(outputName).identifier, _atom(property), 0, 0, 1U << 20, 0, 0);
+    const auto reply = needed(xcb_randr_get_output_property_reply(c, request, nullptr), "GetOutputProperty");
+    first = xcb_randr_get_output_property_data(reply.get());
+    return reply->format == 8 ? std::optional(std::vector<std::uint8_t>(first, first + reply->num_items))
+                              : std::nullopt;
+}
+
+void NPTestRandR::setRootBytes(const std::string& property, const std::vector<std::uint8_t>& bytes) const
+{
+    _check(xcb_change_property_checked(_connection.get(), XCB_PROP_MODE_REPLACE, _root, _atom(property),
+                                       XCB_ATOM_CARDINAL, 8, static_cast<std::uint32_t>(bytes.size()),
+                                       bytes.data()),
+           "ChangeProperty");
+}
+
 std::vector<std::string> NPTestRandR::rootPropertyNames(const std::string& prefix) const
 {
     xcb_connection_t* const c = _connection.get();

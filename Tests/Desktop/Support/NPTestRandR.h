@@ -52,6 +52,11 @@ public:
     std::optional<std::vector<std::uint16_t>> rootProperty(const std::string& name) const;
     void setRootProperty(const std::string& name, const std::vector<std::uint16_t>& items) const;
 
+    // A property of 8-bit items, of an output or, with the name "", of the root window; none when it is not there.
+    std::optional<std::vector<std::uint8_t>> bytes(const std::string& outputName,
+                                                   const std::string& property) const;
+    void setRootBytes(const std::string& property, const std::vector<std::uint8_t>& bytes) const;
+
     // The names of the root window's properties that begin so.
     std::vector<std::string> rootPropertyNames(const std::string& prefix) const;
 

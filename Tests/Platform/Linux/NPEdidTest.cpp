@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
 using namespace std::string_literals;
 
@@ -120,4 +121,40 @@ TEST(NPEdid, WrongChecksumIsNone)
     auto bytes = wholeBlockSealed();
     ++bytes[12];
     EXPECT_FALSE(NPEdidParse(bytes));
+}
+
+// The primaries, white and gamma of a usual display: red x is 0.640 (655 of 1024), with the lower bits 11.
+TEST(NPEdid, ColorsAreReadInFractionsOf1024)
+{
+    auto bytes = wholeBlockSealed();
+    bytes[23] = 120;
+    const std::array<std::uint8_t, 10> colors = {0xEE, 0x91, 0xA3, 0x54, 0x4C, 0x99, 0x26, 0x0F, 0x50, 0x54};
+    std::ranges::copy(colors, bytes.begin() + 25);
+    NPTestEdid::seal(bytes);
+    const std::optional<QXDisplayColors> read = NPEdidColors(bytes);
+    ASSERT_TRUE(read);
+    EXPECT_DOUBLE_EQ(read->red.x, (0xA3 * 4 + 3) / 1024.0);
+    EXPECT_DOUBLE_EQ(read->red.y, (0x54 * 4 + 2) / 1024.0);
+    EXPECT_DOUBLE_EQ(read->green.x, (0x4C * 4 + 3) / 1024.0);
+    EXPECT_DOUBLE_EQ(read->green.y, (0x99 * 4 + 2) / 1024.0);
+    EXPECT_DOUBLE_EQ(read->blue.x, (0x26 * 4 + 2) / 1024.0);
+    EXPECT_DOUBLE_EQ(read->blue.y, (0x0F * 4 + 1) / 1024.0);
+    EXPECT_DOUBLE_EQ(read->white.x, (0x50 * 4 + 0) / 1024.0);
+    EXPECT_DOUBLE_EQ(read->white.y, (0x54 * 4 + 1) / 1024.0);
+    EXPECT_DOUBLE_EQ(read->gamma.value(), 2.2);
+}
+
+TEST(NPEdid, GammaThatStandsElsewhereIsNone)
+{
+    auto bytes = wholeBlockSealed();
+    bytes[23] = 0xFF;
+    NPTestEdid::seal(bytes);
+    EXPECT_FALSE(NPEdidColors(bytes)->gamma);
+}
+
+TEST(NPEdid, DamagedBlockHasNoColors)
+{
+    auto bytes = wholeBlockSealed();
+    ++bytes[25];
+    EXPECT_FALSE(NPEdidColors(bytes));
 }
