@@ -2,6 +2,8 @@
 
 #include "Desktop/Support/NPTestEngine.h"
 #include "Desktop/Support/NPTestXClient.h"
+#include "Platform/Linux/NPTestKeyboardLayouts.h"
+#include "Platform/Linux/NPTestSessionBus.h"
 
 #include <gtest/gtest.h>
 
@@ -14,15 +16,7 @@ protected:
         NPTestOutputOf("DISPLAY=" + server.displayName() + ' ' + command);
     }
 
-    // What the keys of the rows Q, A and Z give, and those of 1 and right of 0.
-    std::string letters() const
-    {
-        std::string text;
-        for (const std::uint16_t keyCode : std::initializer_list<std::uint16_t>{12, 0, 6, 18, 27}) {
-            text += layout.charactersForKeyCode(keyCode) + ' ';
-        }
-        return text;
-    }
+    std::string letters() const { return NPTestLetters(layout); }
 
     const NPTestXServer server = NPTestXServer::xvfb();
     const NPKeyboardLayoutLinux layout{server.displayName(), {NP_TEST_MODULE_FOLDER}};
@@ -33,14 +27,10 @@ protected:
 TEST_F(NPKeyboardLayoutX11Test, FollowsTheLayout)
 {
     EXPECT_EQ(letters(), "q a z 1 - ");
-    run("setxkbmap de");
-    EXPECT_EQ(letters(), "q a y 1 ß ");
-    run("setxkbmap fr");
-    EXPECT_EQ(letters(), "a q w & ) ");
-    run("setxkbmap us -variant dvorak");
-    EXPECT_EQ(letters(), "' a ; 1 [ ");
-    run("setxkbmap ru");
-    EXPECT_EQ(letters(), "й ф я 1 - ");
+    for (const NPTestKeyboardLayout& test : NPTestKeyboardLayouts) {
+        run(std::string("setxkbmap -layout ") + test.layout + " -variant '" + test.variant + "'");
+        EXPECT_EQ(letters(), test.letters) << test.layout;
+    }
     run("setxkbmap us");
     EXPECT_EQ(letters(), "q a z 1 - ");
 }
@@ -102,6 +92,16 @@ TEST(NPKeyboardLayoutLinux, IsTheUSLayoutWithoutAServer)
 {
     const NPKeyboardLayoutLinux layout(":61234", {NP_TEST_MODULE_FOLDER});
     EXPECT_EQ(layout.charactersForKeyCode(6), "z");
+}
+
+TEST(NPKeyboardLayoutLinux, IsTheXServersWithoutTheCompositorThatTheEnvironmentNames)
+{
+    const NPTestXServer server = NPTestXServer::xvfb();
+    NPTestOutputOf("DISPLAY=" + server.displayName() + " setxkbmap de");
+    const NPTestVariable display("DISPLAY", server.displayName());
+    const NPTestVariable compositor("WAYLAND_DISPLAY", "/nonexistent/wayland-0");
+    const NPKeyboardLayoutLinux layout("", {NP_TEST_MODULE_FOLDER});
+    EXPECT_EQ(layout.charactersForKeyCode(6), "y");
 }
 
 TEST(NPKeyboardLayoutLinux, IsTheUSLayoutWithoutTheModule)

@@ -20,10 +20,12 @@ public:
     int get() const { return _descriptor; }
     explicit operator bool() const { return _descriptor >= 0; }
 
+    int release() { return std::exchange(_descriptor, -1); } // it is the caller's then
+
     void reset()
     {
         if (_descriptor >= 0) {
-            ::close(std::exchange(_descriptor, -1));
+            ::close(release());
         }
     }
 

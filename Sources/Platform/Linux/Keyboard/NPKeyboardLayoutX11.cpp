@@ -4,37 +4,6 @@
 
 #include <xkbcommon/xkbcommon-x11.h>
 
-#include <array>
-#include <string_view>
-
-namespace {
-
-// Keypads give their characters on the second level, which num lock selects; it belongs to the key.
-constexpr xkb_level_index_t keypadLevel = 1;
-
-// Without a terminating zero; the longest is some ten bytes.
-using Characters = std::array<char, 64>;
-
-std::string printable(std::string_view characters)
-{
-    const bool isControl =
-        !characters.empty() && (static_cast<unsigned char>(characters[0]) < 0x20 || characters[0] == 0x7F);
-    return isControl ? std::string() : std::string(characters);
-}
-
-std::string keypadCharacters(xkb_keymap* keymap, xkb_keycode_t code, xkb_layout_index_t layout)
-{
-    const xkb_keysym_t* keysyms = nullptr;
-    if (xkb_keymap_key_get_syms_by_level(keymap, code, layout, keypadLevel, &keysyms) != 1) {
-        return {};
-    }
-    Characters characters{};
-    xkb_keysym_to_utf8(keysyms[0], characters.data(), characters.size());
-    return printable(characters.data());
-}
-
-} // namespace
-
 std::unique_ptr<NPKeyboardLayoutX11> NPKeyboardLayoutX11::open(const std::string& displayName)
 {
     auto connection = NPConnectionX11::open(displayName);
@@ -73,20 +42,16 @@ bool NPKeyboardLayoutX11::_readMap() const
 {
     xcb_connection_t* const handle = _connection.handle();
     const std::int32_t device = xkb_x11_get_core_keyboard_device_id(handle);
-    std::unique_ptr<xkb_keymap, Release> keymap(
-        xkb_x11_keymap_new_from_device(_context.get(), handle, device, XKB_KEYMAP_COMPILE_NO_FLAGS));
-    if (!keymap) {
+    xkb_keymap* const keymap =
+        xkb_x11_keymap_new_from_device(_context.get(), handle, device, XKB_KEYMAP_COMPILE_NO_FLAGS);
+    std::optional<NPKeymap> read = NPKeymap::withKeymap(keymap, 0);
+    const std::unique_ptr<xkb_state, NPKeymapRelease> now(
+        read ? xkb_x11_state_new_from_device(keymap, handle, device) : nullptr);
+    if (!now) {
         return false;
     }
-    const std::unique_ptr<xkb_state, Release> now(xkb_x11_state_new_from_device(keymap.get(), handle, device));
-    std::unique_ptr<xkb_state, Release> state(xkb_state_new(keymap.get()));
-    if (!now || !state) {
-        return false;
-    }
-    const xkb_layout_index_t layout = xkb_state_serialize_layout(now.get(), XKB_STATE_LAYOUT_EFFECTIVE);
-    xkb_state_update_mask(state.get(), 0, 0, 0, 0, 0, layout);
-    _keymap = std::move(keymap);
-    _state = std::move(state);
+    read->selectLayout(xkb_state_serialize_layout(now.get(), XKB_STATE_LAYOUT_EFFECTIVE));
+    _keymap = std::move(read);
     return true;
 }
 
@@ -95,26 +60,5 @@ std::string NPKeyboardLayoutX11::charactersForKeyCode(std::uint16_t keyCode) con
     if (_mapHasChanged()) {
         _readMap();
     }
-    const NPKey* key = NPKeyWithVirtualCode(keyCode);
-    const xkb_keycode_t code = key == nullptr
-                                   ? XKB_KEYCODE_INVALID
-                                   : xkb_keymap_key_by_name(_keymap.get(), std::string(key->xkbName).c_str());
-    if (code == XKB_KEYCODE_INVALID) {
-        return {};
-    }
-    Characters characters{};
-    xkb_state_key_get_utf8(_state.get(), code, characters.data(), characters.size());
-    const std::string given = printable(characters.data());
-    return given.empty() && key->isOnKeypad
-               ? keypadCharacters(_keymap.get(), code, xkb_state_key_get_layout(_state.get(), code))
-               : given;
-}
-
-extern "C" [[gnu::visibility("default")]] void
-NPOpenKeyboardLayout(const std::string& displayName, std::unique_ptr<const NPKeyboardLayout>& layout);
-
-// The module's entry point.
-void NPOpenKeyboardLayout(const std::string& displayName, std::unique_ptr<const NPKeyboardLayout>& layout)
-{
-    layout = NPKeyboardLayoutX11::open(displayName);
+    return _keymap->charactersForKeyCode(keyCode);
 }

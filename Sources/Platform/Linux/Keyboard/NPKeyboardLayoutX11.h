@@ -5,10 +5,9 @@
 // again. When the server goes, the last map stays. For one thread.
 #pragma once
 
+#include "Platform/Linux/Keyboard/NPKeymap.h"
 #include "Platform/Linux/NPConnectionX11.h"
 #include "Platform/NPKeyboardLayout.h"
-
-#include <xkbcommon/xkbcommon.h>
 
 #include <memory>
 
@@ -20,12 +19,6 @@ public:
     std::string charactersForKeyCode(std::uint16_t keyCode) const override;
 
 private:
-    struct Release {
-        void operator()(xkb_context* context) const { xkb_context_unref(context); }
-        void operator()(xkb_keymap* keymap) const { xkb_keymap_unref(keymap); }
-        void operator()(xkb_state* state) const { xkb_state_unref(state); }
-    };
-
     explicit NPKeyboardLayoutX11(NPConnectionX11 connection) : _connection(std::move(connection)) {}
 
     bool _begin();
@@ -33,7 +26,6 @@ private:
     bool _readMap() const;
 
     NPConnectionX11 _connection;
-    std::unique_ptr<xkb_context, Release> _context;
-    mutable std::unique_ptr<xkb_keymap, Release> _keymap;
-    mutable std::unique_ptr<xkb_state, Release> _state; // the layout in force, no modifiers
+    std::unique_ptr<xkb_context, NPKeymapRelease> _context;
+    mutable std::optional<NPKeymap> _keymap; // some, from the beginning on
 };
