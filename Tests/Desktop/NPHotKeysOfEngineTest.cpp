@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -276,13 +277,27 @@ TEST_F(NPHotKeysOfDesktopTest, ShortcutOfTheDesktopChangesTheScreen)
     EXPECT_TRUE(becomes(1.0));
 }
 
+// Without the program's name; what else is missing in the test's session is told in lines of its own.
+std::string linesAboutHotKeys(const std::string& errors)
+{
+    const std::string start = "nightpane-cli: ";
+    std::string found;
+    std::istringstream lines(errors);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with(start + "Hot keys")) {
+            found += line.substr(start.size()) + '\n';
+        }
+    }
+    return found;
+}
+
 TEST_F(NPHotKeysOfDesktopTest, DesktopWithoutShortcutsIsReportedAndTheRestWorks)
 {
     NPTestPortalBackEnd::addPortal(bus, false);
     const NPTestProgram engine = startEngine();
     const std::string line = "\nThe hot key of Night does not work: the desktop has no global shortcuts\n";
     EXPECT_TRUE(NPTestEventually([&] { return contains(command({"list"}), line); })) << command({"list"});
-    EXPECT_EQ(engine.errors(), "nightpane-cli: Hot keys do not work: the desktop has no global shortcuts\n");
+    EXPECT_EQ(linesAboutHotKeys(engine.errors()), "Hot keys do not work: the desktop has no global shortcuts\n");
     command({"activate", "Night"});
     EXPECT_TRUE(becomes(0.8));
 }
@@ -291,7 +306,7 @@ TEST_F(NPHotKeysOfDesktopTest, WithoutASessionBusOneLineSaysSo)
 {
     const NPTestVariable noBus("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
     const NPTestProgram engine({NP_TEST_CLI, "run"});
-    EXPECT_TRUE(NPTestEventually([&] { return !engine.errors().empty(); }));
-    EXPECT_EQ(engine.errors(),
-              "nightpane-cli: Hot keys do not work: there is no session bus to ask the desktop for them\n");
+    EXPECT_TRUE(NPTestEventually([&] { return !linesAboutHotKeys(engine.errors()).empty(); }));
+    EXPECT_EQ(linesAboutHotKeys(engine.errors()),
+              "Hot keys do not work: there is no session bus to ask the desktop for them\n");
 }
