@@ -78,10 +78,33 @@ NPControlResult<NPControlSettings> settingsFromWords(const std::vector<std::stri
     return NPSettingsForEngine(std::move(settings), layout);
 }
 
+// Whether an effect, as a running instance of whatever version has described it, can be printed.
+bool isWhole(const QXValue& effect)
+{
+    const QXDictionary* fields = effect.dictionary();
+    const QXValue* identifier = fields ? QXDictionaryValue(*fields, "identifier") : nullptr;
+    const QXValue* name = fields ? QXDictionaryValue(*fields, "name") : nullptr;
+    const QXValue* settings = fields ? QXDictionaryValue(*fields, "settings") : nullptr;
+    return identifier && identifier->string() && name && name->string() && settings && settings->dictionary();
+}
+
 NPControlResult<QXArray> effects(NPControl& control, const NPCommandContext& context)
 {
     const NPControlResult<QXArray> list = control.effects();
+    if (list && !std::ranges::all_of(*list, isWhole)) {
+        return failure("the running instance describes its effects in another form; is it of another version?");
+    }
     return list ? NPEffectsWithHotKeyNames(*list, context.keyboardLayout) : list;
+}
+
+NPControlResult<QXArray> screens(NPControl& control)
+{
+    const NPControlResult<QXArray> list = control.screens();
+    if (list
+        && !std::ranges::all_of(*list, [](const QXValue& screen) { return screen.dictionary() != nullptr; })) {
+        return failure("the running instance describes its screens in another form; is it of another version?");
+    }
+    return list;
 }
 
 // Says what a hot key that has just been set is on this keyboard, and whether it works.
@@ -249,7 +272,7 @@ const std::vector<Command>& commands()
          }},
         {"screens", false, false,
          [](A a, C c, X x) {
-             return printResult(a, c.screens(), [&](const QXArray& list) {
+             return printResult(a, screens(c), [&](const QXArray& list) {
                  return NPScreensText(list, x.timeZone) + switchRemark(c);
              });
          }},
