@@ -28,6 +28,7 @@ struct NPRect {
 
 // What happened to a display. Several may come together.
 enum NPDisplayChangeFlags : std::uint32_t {
+    NPDisplayChangeSetMain = 4, // it was online, and is the main display now
     NPDisplayChangeSetMode = 8, // resolution, rotation or the like
     NPDisplayChangeAdd = 16,    // it is online now: for the first time, or again
     NPDisplayChangeRemove = 32, // it is no longer online

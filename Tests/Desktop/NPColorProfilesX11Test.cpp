@@ -268,6 +268,18 @@ TEST_F(NPColorProfilesX11, WithoutAColourServiceOneLineSaysSo)
     EXPECT_TRUE(log.at(0).starts_with("Custom colour profiles go into the X server alone: ")) << log.at(0);
 }
 
+TEST_F(NPColorProfilesX11, ProfileOfAnOutputIsNoticedBeforeTheColourServiceIsAsked)
+{
+    profileOf("DUMMY1");
+    std::vector<NPDisplayID> changes;
+    const auto subscription =
+        profiles->registerProfileCallback([&](NPDisplayID changed) { changes.push_back(changed); });
+    randr.setOutputProperty("DUMMY1", property, fileOf(profileEndingAt(0.5F, "other")));
+    EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return !changes.empty(); }));
+    EXPECT_EQ(changes, std::vector<NPDisplayID>{display("DUMMY1")});
+    EXPECT_TRUE(log.empty());
+}
+
 class NPColorProfilesX11Changes : public NPColorProfilesX11 {
 protected:
     NPColorProfilesX11Changes()

@@ -7,6 +7,7 @@
 #include "Platform/Linux/NPTestMockService.h"
 #include "Platform/Linux/NPTestSessionBus.h"
 #include "Platform/Simulated/NPSimulatedPlatform.h"
+#include "Support/ColorProfiles.h"
 
 #include <gtest/gtest.h>
 
@@ -23,6 +24,7 @@ const std::string started = "started";
 const std::string stopped = "stopped";
 const std::string ended = "ended";
 const std::string parameters = "parameters";
+const std::string colorSpace = "colour space";
 
 class NPWorkspaceEventsLinuxTest : public testing::Test {
 protected:
@@ -32,6 +34,7 @@ protected:
         note(world.workspaceEvents.distributed, NPScreenSaverDidStopNotification, stopped);
         note(world.workspaceEvents.workspace, NSWorkspaceDidTerminateApplicationNotification, ended);
         note(world.notifications, NSApplicationDidChangeScreenParametersNotification, parameters);
+        note(world.workspaceEvents.distributed, NSScreenColorSpaceDidChangeNotification, colorSpace);
     }
 
     void note(QXNotificationCenter& center, std::string_view name, const std::string& word)
@@ -245,4 +248,37 @@ TEST_F(NPWorkspaceEventsScreensTest, TellsOnceOfNewScreenParameters)
     settle();
     EXPECT_LE(heard.size(), 4U);
     EXPECT_EQ(heard, std::vector<std::string>(heard.size(), parameters));
+}
+
+TEST_F(NPWorkspaceEventsScreensTest, AnotherMainDisplayIsANewScreenParameter)
+{
+    server.switchOn(2);
+    ASSERT_TRUE(NPTestTurnUntil(loop, [&] { return displays->onlineDisplayList(3)->size() == 2; }));
+    settle();
+    heard.clear();
+    server.xrandr("--output DUMMY1 --primary");
+    EXPECT_TRUE(hear({parameters}));
+    EXPECT_EQ(displays->mainDisplay(), NPTestDisplay(*displays, "DUMMY1"));
+    settle();
+    EXPECT_EQ(heard, std::vector<std::string>{parameters});
+}
+
+TEST_F(NPWorkspaceEventsScreensTest, TellsOnceOfTheProfilesThatAnotherProgramSets)
+{
+    server.switchOn(2);
+    ASSERT_TRUE(NPTestTurnUntil(loop, [&] { return displays->onlineDisplayList(3)->size() == 2; }));
+    settle();
+    heard.clear();
+    for (const std::string name : {"DUMMY0", "DUMMY1"}) {
+        displays->copyDisplayProfile(NPTestDisplay(*displays, name)); // as whoever shows an effect there has done
+    }
+    const NPTestRandR randr(server.displayName());
+    randr.grabServer(); // so that both arrive together
+    for (const std::string name : {"DUMMY0", "DUMMY1"}) {
+        randr.setOutputProperty(name, "_ICC_PROFILE", profileOf({{"cprt", bytesOf("another")}}));
+    }
+    randr.ungrabServer();
+    EXPECT_TRUE(hear({colorSpace}));
+    settle();
+    EXPECT_EQ(heard, std::vector<std::string>{colorSpace});
 }

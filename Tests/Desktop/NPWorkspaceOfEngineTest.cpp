@@ -6,6 +6,7 @@
 #include "Foundation/QXPropertyList.h"
 #include "Platform/Linux/NPTestMockService.h"
 #include "Platform/Linux/NPTestSessionBus.h"
+#include "Support/ColorProfiles.h"
 
 #include <gtest/gtest.h>
 
@@ -31,6 +32,7 @@ protected:
     {
         const QXData data =
             QXPropertyListBinaryData(QXDictionary{{"ContinuouslyApply", false},
+                                                  {"ApplyToColorProfile", false},
                                                   {"NPDeactivateForScreenSaver", deactivateForScreenSaver}})
                 .value();
         std::filesystem::create_directories(folder / "config/nightpane");
@@ -160,6 +162,17 @@ TEST_F(NPWorkspaceOfEngineTest, StaysDuringTheScreenSaverOtherwise)
     xset("s reset");
     ASSERT_EQ(run({"status"}), 0); // it has had a turn
     EXPECT_TRUE(isDimmed());
+}
+
+// As a desktop does when the user chooses another profile: it loads its table, and sets the profile.
+TEST_F(NPWorkspaceOfEngineTest, BringsItsTableBackWhenAnotherProgramChangesTheDisplaysProfile)
+{
+    startEngine();
+    for (const char* const text : {"first", "second"}) {
+        loseTable();
+        randr.setOutputProperty("screen", "_ICC_PROFILE", profileOf({{"cprt", bytesOf(text)}}));
+        EXPECT_TRUE(NPTestEventually([this] { return isDimmed(); }));
+    }
 }
 
 TEST_F(NPWorkspaceOfEngineTest, AScreenSaverIsNoReasonToStartSwitchedOff)

@@ -38,6 +38,12 @@ bool setProfileInServer(const NPProfileAddressX11& address, const QXData& profil
 NPColorProfilesLinux::NPColorProfilesLinux(NPDisplayServicesX11& displays, NPMainQueue& mainQueue)
     : _displays(displays), _mainQueue(mainQueue)
 {
+    _changesInServer = _displays.registerProfileCallback([this](NPDisplayID display) {
+        const auto address = _address(display);
+        if (!_service || !address || _service->displayProfiles(address->connector).empty()) {
+            _profileDidChange(display); // where the service decides, it tells
+        }
+    });
 }
 
 void NPColorProfilesLinux::start(std::function<void()> ready)
@@ -48,12 +54,6 @@ void NPColorProfilesLinux::start(std::function<void()> ready)
     _isStarted = true;
     _ready = std::move(ready);
     _displays.watchRootProfiles();
-    _changesInServer = _displays.registerProfileCallback([this](NPDisplayID display) {
-        const auto address = _address(display);
-        if (!_service || !address || _service->displayProfiles(address->connector).empty()) {
-            _profileDidChange(display); // where the service decides, it tells
-        }
-    });
     const std::optional<std::string> bus = NPSystemBusAddress();
     if (!bus) {
         QXLog(withoutService + std::string("there is no system bus"));

@@ -4,7 +4,8 @@
 // X server, or is made from what it says of its colours (NPDisplayServicesX11). A custom profile is given to the
 // colour service where that knows the display, and is put into the X server otherwise.
 //
-// Until start() the colour service is not asked. Without it everything else works, after one line in the log.
+// Until start() the colour service is not asked: what the X server says counts, and what others put there for an
+// output is noticed. Without the service everything else works, after one line in the log.
 #pragma once
 
 #include "Platform/Linux/NPColorService.h"
@@ -25,7 +26,7 @@ public:
     // Both outlive the object, which is made with std::make_shared.
     NPColorProfilesLinux(NPDisplayServicesX11& displays, NPMainQueue& mainQueue);
 
-    // Loads the colour service and has changes by others noticed. `ready` is called once, on the main thread,
+    // Loads the colour service and has every change by others noticed. `ready` is called once, on the main thread,
     // when it is known what the service says, or that there is none. Main thread; a second call does nothing.
     void start(std::function<void()> ready);
     bool isStarted() const { return _isStarted; }
@@ -49,7 +50,7 @@ private:
     NPDisplaySubscription _changesInServer;
     std::vector<std::weak_ptr<NPDisplayProfileCallback>> _callbacks;
 
-    mutable std::mutex _mutex;                             // guards the addresses
+    mutable std::mutex _mutex; // guards the addresses
     std::map<NPDisplayID, NPProfileAddressX11> _addresses; // of the displays whose profile has been read
-    std::unique_ptr<NPColorService> _service;              // set once, by start(); other threads ask after that
+    std::unique_ptr<NPColorService> _service; // set once, by start(); other threads ask after that
 };

@@ -111,7 +111,11 @@ std::vector<NPDisplayChangeX11> NPDisplayChangesX11(const NPDisplayListX11& befo
     }
     for (const NPDisplayX11& display : after) {
         const NPDisplayX11* const former = displayWithIdentifier(before, display.identifier);
-        if (const std::uint32_t flags = changeFlags(former, display, events); flags != 0) {
+        std::uint32_t flags = changeFlags(former, display, events);
+        if (former != nullptr && former != &before.front() && &display == &after.front()) {
+            flags |= NPDisplayChangeSetMain;
+        }
+        if (flags != 0) {
             changes.push_back({display.identifier, flags});
         }
     }

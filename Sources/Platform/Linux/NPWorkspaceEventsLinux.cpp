@@ -23,21 +23,26 @@ NPWorkspaceEventsLinux::NPWorkspaceEventsLinux(const NPPlatform& platform, NPMai
       _wakes(platform.timers, platform.notifications, platform.workspaceEvents),
       _self(std::make_shared<NPWorkspaceEventsLinux*>(this))
 {
-    _displaySubscription = _platform.displays.registerReconfigurationCallback(
-        [this](NPDisplayID, std::uint32_t) { _displaysDidChange(); });
+    _displaySubscription = _platform.displays.registerReconfigurationCallback([this](NPDisplayID, std::uint32_t) {
+        _postInNextTurn(_parametersAreQueued, _platform.notifications,
+                        NSApplicationDidChangeScreenParametersNotification);
+    });
+    _profileSubscription = _platform.profiles.registerProfileCallback([this](NPDisplayID) {
+        _postInNextTurn(_colorSpaceIsQueued, _platform.workspaceEvents.distributed,
+                        NSScreenColorSpaceDidChangeNotification);
+    });
 }
 
 // Once for all displays that one change concerns, when each of them has been told of.
-void NPWorkspaceEventsLinux::_displaysDidChange()
+void NPWorkspaceEventsLinux::_postInNextTurn(bool& isQueued, QXNotificationCenter& center, std::string_view name)
 {
-    if (std::exchange(_parametersAreQueued, true)) {
+    if (std::exchange(isQueued, true)) {
         return;
     }
-    _platform.mainQueue.performOnMain([weak = std::weak_ptr(_self)] {
+    _platform.mainQueue.performOnMain([weak = std::weak_ptr(_self), &isQueued, &center, name] {
         if (const auto self = weak.lock()) {
-            (*self)->_parametersAreQueued = false;
-            (*self)->_platform.notifications.postNotification(NSApplicationDidChangeScreenParametersNotification,
-                                                              nullptr);
+            isQueued = false;
+            center.postNotification(name, nullptr);
         }
     });
 }

@@ -1,7 +1,7 @@
 // What happens on a Linux machine and desktop around the program, posted on the notification centres.
 //
-// Wakes, which the clock tells of, and new screen parameters, which the displays tell of, are posted from the start
-// and cost nothing. The rest is watched for whoever asks for it; only then is anything connected to. A screen saver
+// Wakes, which the clock tells of, new screen parameters, which the displays tell of, and new colour profiles of
+// displays are posted from the start and cost nothing. The rest is watched for whoever asks for it; only then is anything connected to. A screen saver
 // may be announced by the X server, by the desktop or by both: it is posted as one. What cannot be watched is one
 // line in the log. Main thread only; not to be destroyed by an observer.
 #pragma once
@@ -38,7 +38,7 @@ public:
     void watchApplications();
 
 private:
-    void _displaysDidChange();
+    void _postInNextTurn(bool& isQueued, QXNotificationCenter& center, std::string_view name);
     void _watchScreenSaver();
     void _screenSaverDidChange(const std::string& name, bool isActive);
     NPWorkspaceWatchX11* _xWatch(); // nullptr where there is no X server to watch
@@ -49,6 +49,7 @@ private:
     const std::vector<std::string> _moduleFolders;
     NPWakeAnnouncer _wakes;
     bool _parametersAreQueued = false;
+    bool _colorSpaceIsQueued = false;
     std::set<std::string> _activeScreenSavers;
     std::string _screenSaverSetting;
     bool _watchesScreenSaver = false;
@@ -57,6 +58,7 @@ private:
     std::unique_ptr<NPBusEvents> _loginManager;
     std::unique_ptr<NPBusEvents> _screenSavers;
     NPDisplaySubscription _displaySubscription;
+    NPDisplaySubscription _profileSubscription;
     QXNotificationObserver _observer;
     std::shared_ptr<NPWorkspaceEventsLinux*> _self; // for what is done in a later turn
 };

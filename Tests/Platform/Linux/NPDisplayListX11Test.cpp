@@ -156,10 +156,35 @@ TEST(NPDisplayChangesX11, NewDisplayIsAdded)
 TEST(NPDisplayChangesX11, RemovedDisplaysAreToldFirst)
 {
     const NPDisplayListX11 list = listed(threeDisplays());
-    const NPDisplayListX11 before(list.begin() + 1, list.end());
-    const NPDisplayListX11 after(list.begin(), list.begin() + 2);
+    const NPDisplayListX11 before = {list[0], list[2]};
+    const NPDisplayListX11 after = {list[0], list[1]};
     EXPECT_EQ(NPDisplayChangesX11(before, after, {}),
-              (Changes{{list[2].identifier, NPDisplayChangeRemove}, {list[0].identifier, NPDisplayChangeAdd}}));
+              (Changes{{list[2].identifier, NPDisplayChangeRemove}, {list[1].identifier, NPDisplayChangeAdd}}));
+}
+
+TEST(NPDisplayChangesX11, AnotherPrimaryDisplayIsSetMain)
+{
+    const NPDisplayListX11 before = listed(threeDisplays());
+    NPLayoutX11 layout = threeDisplays();
+    layout.primary = 3;
+    EXPECT_EQ(NPDisplayChangesX11(before, listed(layout), {}),
+              (Changes{{before[2].identifier, NPDisplayChangeSetMain}}));
+}
+
+TEST(NPDisplayChangesX11, DisplayThatFollowsTheRemovedMainDisplayIsSetMain)
+{
+    const NPDisplayListX11 list = listed(threeDisplays());
+    const NPDisplayListX11 after(list.begin() + 1, list.end());
+    EXPECT_EQ(NPDisplayChangesX11(list, after, {}), (Changes{{list[0].identifier, NPDisplayChangeRemove},
+                                                             {list[1].identifier, NPDisplayChangeSetMain}}));
+}
+
+TEST(NPDisplayChangesX11, NewDisplayThatIsTheMainOneIsOnlyAdded)
+{
+    const NPDisplayListX11 list = listed(threeDisplays());
+    EXPECT_EQ(NPDisplayChangesX11({list[1]}, {list[0], list[1]}, {}),
+              (Changes{{list[0].identifier, NPDisplayChangeAdd}}));
+    EXPECT_EQ(NPDisplayChangesX11({}, {list[0]}, {}), (Changes{{list[0].identifier, NPDisplayChangeAdd}}));
 }
 
 TEST(NPDisplayChangesX11, AnotherModePositionRotationOrTableSizeIsSetMode)
