@@ -86,7 +86,37 @@ bool isUnsignedDecimal(std::string_view text)
     return position == text.size();
 }
 
-// A stream with the classic locale: from_chars for floating point is missing in libc++.
+#ifdef __cpp_lib_to_chars
+// Tells a decimal that is too large for a double from one that is too small: by the place of its first digit that
+// is not zero, moved by the exponent.
+bool isTooLarge(std::string_view decimal)
+{
+    const std::size_t mantissaEnd = std::min(decimal.find_first_of("eE"), decimal.size());
+    const std::string_view mantissa = decimal.substr(0, mantissaEnd);
+    const auto point = static_cast<std::ptrdiff_t>(std::min(mantissa.find('.'), mantissa.size()));
+    const auto firstDigit = static_cast<std::ptrdiff_t>(mantissa.find_first_not_of("0."));
+    std::string_view digits = decimal.substr(std::min(mantissaEnd + 1, decimal.size()));
+    const bool lowers = digits.starts_with('-');
+    digits.remove_prefix(lowers || digits.starts_with('+') ? 1 : 0);
+    int exponent = 0;
+    if (std::from_chars(digits.data(), digits.data() + digits.size(), exponent).ec
+        == std::errc::result_out_of_range) {
+        return !lowers;
+    }
+    return (lowers ? -exponent : exponent) + point - firstDigit > 0;
+}
+
+std::optional<double> unsignedDecimalValue(std::string_view text)
+{
+    double value = 0.0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (result.ec == std::errc::result_out_of_range && isTooLarge(text)) {
+        return std::nullopt;
+    }
+    return value;
+}
+#else
+// Where from_chars knows no floating point yet (libc++), a stream with the classic locale.
 std::optional<double> unsignedDecimalValue(std::string_view text)
 {
     std::istringstream stream{std::string(text)};
@@ -99,6 +129,7 @@ std::optional<double> unsignedDecimalValue(std::string_view text)
     }
     return value;
 }
+#endif
 
 } // namespace
 

@@ -2,17 +2,17 @@
 
 #include "Foundation/QXString.h"
 
-#include <sstream>
+#include <charconv>
+#include <cstdint>
 
 namespace {
 
 // "<JXHotKey: 0x55d0c8a3f2b0>"
 std::string genericDescription(const char* className, const void* object)
 {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << '<' << className << ": " << object << '>';
-    return text.str();
+    char digits[2 * sizeof object];
+    const auto end = std::to_chars(digits, std::end(digits), reinterpret_cast<std::uintptr_t>(object), 16).ptr;
+    return QXFormat("<%@: 0x%@>", {className, std::string_view(digits, end)});
 }
 
 std::string flagsText(std::uint64_t flags)

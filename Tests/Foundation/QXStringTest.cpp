@@ -88,6 +88,9 @@ TEST(QXParseDouble, IsNoneAboveTheLargestDouble)
     EXPECT_EQ(QXParseDouble("1e309"), std::nullopt);
     EXPECT_EQ(QXParseDouble("-1e309"), std::nullopt);
     EXPECT_EQ(QXParseDouble("1e99999999999999999999"), std::nullopt);
+    EXPECT_EQ(QXParseDouble("1" + std::string(400, '0') + "e-5"), std::nullopt);
+    EXPECT_EQ(QXParseDouble("1e9223372036854775807"), std::nullopt);
+    EXPECT_EQ(QXParseDouble("0." + std::string(400, '0') + "1e+800"), std::nullopt);
 }
 
 TEST(QXParseDouble, IsTheNearestDenormalOrZeroBelowTheSmallest)
@@ -95,6 +98,9 @@ TEST(QXParseDouble, IsTheNearestDenormalOrZeroBelowTheSmallest)
     EXPECT_EQ(QXParseDouble("4.9e-324"), std::numeric_limits<double>::denorm_min());
     EXPECT_EQ(QXParseDouble("1e-310"), 1e-310);
     EXPECT_EQ(QXParseDouble("1e-400"), 0.0);
+    EXPECT_EQ(QXParseDouble("1e-99999999999999999999"), 0.0);
+    EXPECT_EQ(QXParseDouble("0." + std::string(800, '0') + "1e+5"), 0.0);
+    EXPECT_EQ(QXParseDouble("." + std::string(400, '0') + "1"), 0.0);
 }
 
 TEST(QXParseDouble, ReadsTheWordsForWhatIsNoNumber)
