@@ -1,16 +1,18 @@
 #include "Interface/NPDownloadsQt.h"
 
+#include "Foundation/QXString.h"
+
 #include <QHostAddress>
 #include <QNetworkReply>
 #include <QPointer>
+#include <QTimer>
 
-#include <array>
 #include <utility>
 
 namespace {
 
-constexpr int timeOfSilence = 30'000; // milliseconds
 constexpr int mostRedirections = 10;
+constexpr std::string_view table = "QXWebStoreUpdate";
 
 // Whether nobody on the way can read or change what comes from there.
 bool isSafeAddress(const QUrl& url)
@@ -23,28 +25,42 @@ bool isSafeAddress(const QUrl& url)
            && (url.host() == QLatin1String("localhost") || address.isLoopback());
 }
 
+std::string textOf(const QUrl& url)
+{
+    return url.toString().toStdString();
+}
+
 using Completion = std::function<void(std::expected<QXData, std::string>)>;
 
 class Download final : public QObject {
 public:
-    Download(QNetworkAccessManager& network, const QUrl& url, std::size_t limit, Completion completion)
+    Download(const QUrl& url, std::size_t limit, Completion completion)
         : _url(url), _limit(limit), _completion(std::move(completion))
     {
-        if (!isSafeAddress(url)) {
-            _failLater("is neither https nor on this machine");
+    }
+
+    void start(QNetworkAccessManager& network, const NPDownloadPatience& patience)
+    {
+        if (!isSafeAddress(_url)) {
+            const std::string format =
+                QXLocalizedString("%@ is neither an https address nor one of this computer.", table);
+            QMetaObject::invokeMethod(
+                this, [this, format] { _fail(QXFormat(format, {textOf(_url)})); }, Qt::QueuedConnection);
             return;
         }
-        QNetworkRequest request(url);
+        QNetworkRequest request(_url);
         request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                              QNetworkRequest::UserVerifiedRedirectPolicy);
         request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
         request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
         request.setMaximumRedirectsAllowed(mostRedirections);
-        request.setTransferTimeout(timeOfSilence);
+        request.setTransferTimeout(static_cast<int>(patience.silence.count()));
         _reply = network.get(request);
         connect(_reply, &QNetworkReply::redirected, this, [this](const QUrl& target) { _redirect(target); });
         connect(_reply, &QNetworkReply::readyRead, this, [this] { _read(); });
         connect(_reply, &QNetworkReply::finished, this, [this] { _finish(); });
+        const std::chrono::seconds rest(_limit / patience.bytesPerSecond);
+        QTimer::singleShot(patience.silence + rest, Qt::VeryCoarseTimer, this, [this] { _failInSilence(); });
     }
 
     ~Download() override
@@ -64,7 +80,9 @@ private:
         if (isSafeAddress(target)) {
             emit _reply->redirectAllowed();
         } else {
-            _fail("leads to " + target.toString().toStdString() + ", which is neither https nor on this machine");
+            const std::string format = QXLocalizedString(
+                "%1$@ leads to %2$@, which is neither an https address nor one of this computer.", table);
+            _fail(QXFormat(format, {textOf(_url), textOf(target)}));
         }
     }
 
@@ -73,7 +91,8 @@ private:
         const QByteArray bytes = _reply->read(static_cast<qint64>(_limit - _data.size()) + 1);
         _data.insert(_data.end(), bytes.begin(), bytes.end());
         if (_data.size() > _limit) {
-            _fail("is larger than " + std::to_string(_limit) + " bytes");
+            const std::string format = QXLocalizedString("%1$@ has more than %2$@ bytes.", table);
+            _fail(QXFormat(format, {textOf(_url), std::to_string(_limit)}));
         } else if (_reply->bytesAvailable() > 0) {
             _read();
         }
@@ -82,21 +101,25 @@ private:
     void _finish()
     {
         if (_reply->error() == QNetworkReply::OperationCanceledError) {
-            _fail("does not answer");
+            _failInSilence();
+        } else if (_reply->error() == QNetworkReply::SslHandshakeFailedError) {
+            _failWithReason(QXLocalizedString("No secure connection to %1$@ can be made. %2$@", table));
         } else if (_reply->error() != QNetworkReply::NoError) {
-            _fail("cannot be read: " + _reply->errorString().simplified().toStdString());
+            _failWithReason(QXLocalizedString("%1$@ cannot be read. %2$@", table));
         } else {
             _read();
             _complete(std::move(_data));
         }
     }
 
-    void _failLater(const std::string& why)
+    void _failInSilence() { _fail(QXFormat(QXLocalizedString("%@ does not answer.", table), {textOf(_url)})); }
+
+    void _failWithReason(const std::string& format)
     {
-        QMetaObject::invokeMethod(this, [this, why] { _fail(why); }, Qt::QueuedConnection);
+        _fail(QXFormat(format, {textOf(_url), _reply->errorString().simplified().toStdString()}));
     }
 
-    void _fail(const std::string& why) { _complete(std::unexpected(_url.toString().toStdString() + ' ' + why)); }
+    void _fail(std::string why) { _complete(std::unexpected(std::move(why))); }
 
     // The completion may drop the download.
     void _complete(std::expected<QXData, std::string> result)
@@ -125,7 +148,9 @@ NPDownload NPDownloadsQt::download(const std::string& url, std::size_t limit, Co
         _network = std::make_unique<QNetworkAccessManager>();
     }
     // Deleted by the event loop: the last holder may be the download's own completion.
-    return {
-        new Download(*_network, QUrl(QString::fromStdString(url), QUrl::StrictMode), limit, std::move(completion)),
-        [](QObject* download) { download->deleteLater(); }};
+    const std::shared_ptr<Download> download(
+        new Download(QUrl(QString::fromStdString(url), QUrl::StrictMode), limit, std::move(completion)),
+        [](QObject* ended) { ended->deleteLater(); });
+    download->start(*_network, _patience);
+    return download;
 }

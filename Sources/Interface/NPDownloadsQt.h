@@ -5,13 +5,23 @@
 
 #include <QNetworkAccessManager>
 
+#include <chrono>
 #include <functional>
 #include <memory>
+
+// How long a server is waited for.
+struct NPDownloadPatience {
+    std::chrono::milliseconds silence{30'000}; // without a byte
+    std::size_t bytesPerSecond = 8192;         // a download takes no longer than its limit takes at this pace
+};
 
 class NPDownloadsQt final : public NPDownloadServices {
 public:
     // `prepare` is called before the first download, which needs an application.
-    explicit NPDownloadsQt(std::function<void()> prepare) : _prepare(std::move(prepare)) {}
+    explicit NPDownloadsQt(std::function<void()> prepare, NPDownloadPatience patience = {})
+        : _prepare(std::move(prepare)), _patience(patience)
+    {
+    }
 
     NPDownload download(const std::string& url, std::size_t limit,
                         std::function<void(std::expected<QXData, std::string>)> completion) override;
@@ -21,5 +31,6 @@ public:
 
 private:
     const std::function<void()> _prepare;
+    const NPDownloadPatience _patience;
     std::unique_ptr<QNetworkAccessManager> _network;
 };

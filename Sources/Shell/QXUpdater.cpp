@@ -73,6 +73,7 @@ struct QXUpdater::Check {
 struct QXUpdater::Failure {
     std::string reason;
     std::string detail = {};
+    std::string forTheLog = {}; // what says nothing to people who have not made the feed
 };
 
 QXUpdater::QXUpdater(const NPPlatform& platform, const NPDesktop& desktop) : _platform(platform), _desktop(desktop)
@@ -112,9 +113,14 @@ std::string QXUpdater::feedURL() const
     return NPBundleText(_desktop.bundle, SUFeedURLKey);
 }
 
+bool QXUpdater::canCheckAutomatically() const
+{
+    return !isReservedForExamples(feedURL());
+}
+
 bool QXUpdater::automaticallyChecksForUpdates() const
 {
-    return _platform.defaults.boolForKey(SUEnableAutomaticChecksKey) && !isReservedForExamples(feedURL());
+    return canCheckAutomatically() && _platform.defaults.boolForKey(SUEnableAutomaticChecksKey);
 }
 
 void QXUpdater::setAutomaticallyChecksForUpdates(bool automatically)
@@ -236,7 +242,7 @@ void QXUpdater::_feedArrived(QXData data)
     const std::string text(data.begin(), data.end());
     auto items = QXAppcastItemsFromText(text);
     if (!items) {
-        _fail({QXLocalizedString("The update feed cannot be read: %@", table), items.error()});
+        _fail({QXLocalizedString("The update feed cannot be read: %@", table), feedURL(), items.error()});
         return;
     }
     std::optional<QXAppcastItem> newest = _newestItem(std::move(*items));
@@ -359,8 +365,11 @@ void QXUpdater::_choose(NPUpdateChoice choice, const QXAppcastItem& item)
 {
     if (choice == NPUpdateChoice::skip && !item.isCritical) {
         _platform.defaults.setObject(item.version, SUSkippedVersionKey);
-    } else if (choice == NPUpdateChoice::openDownloadPage && isWebAddress(item.downloadPage)) {
-        _desktop.workspace.openURL(item.downloadPage);
+    } else if (choice == NPUpdateChoice::openDownloadPage && isWebAddress(item.downloadPage)
+               && !_desktop.workspace.openURL(item.downloadPage)) {
+        _desktop.alerts.runModal({.messageText = QXLocalizedString("The download page cannot be opened.", table),
+                                  .informativeText = item.downloadPage,
+                                  .buttons = {QXLocalizedString("OK", table)}});
     }
 }
 
@@ -381,8 +390,12 @@ void QXUpdater::_nothingNew()
 void QXUpdater::_fail(const Failure& failure)
 {
     const std::string text = QXFormat(failure.reason, {failure.detail});
-    if (!_end()) {
-        QXLog("Update check failed: " + text);
+    const bool byHand = _end();
+    if (!byHand || !failure.forTheLog.empty()) {
+        QXLog("Update check failed: " + text
+              + (failure.forTheLog.empty() ? std::string() : " (" + failure.forTheLog + ')'));
+    }
+    if (!byHand) {
         return;
     }
     _desktop.alerts.runModal({.messageText = QXLocalizedString("The check for updates failed.", table),

@@ -42,7 +42,9 @@ public:
     // The feed in use: the user's own, or else the bundle's. Empty when there is none.
     std::string feedURL() const;
 
-    // Feeds at addresses that are reserved for examples are never read by themselves.
+    // Whether there can be automatic checks: feeds at addresses that are reserved for examples are never read by
+    // themselves.
+    bool canCheckAutomatically() const;
     bool automaticallyChecksForUpdates() const;
     void setAutomaticallyChecksForUpdates(bool automatically);
 

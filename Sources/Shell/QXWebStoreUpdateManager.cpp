@@ -54,6 +54,7 @@ std::shared_ptr<NPMenuItem> QXWebStoreUpdateManager::newCheckForUpdatesItem()
     std::shared_ptr<NPMenuItem> item =
         NPMenuItem::itemWithTitle(QXLocalizedString("Check for Updates…", table), check);
     item->setTarget(weak_from_this());
+    updaterForMainBundle(); // there from the first item on
     return item;
 }
 

@@ -218,8 +218,19 @@ TEST_F(QXUpdaterTest, VersionToBeRemindedOfComesBackAtTheNextCheck)
     EXPECT_EQ(offered(), "200 200 ");
 }
 
+TEST_F(QXUpdaterTest, PageThatCannotBeOpenedIsShownByItsAddress)
+{
+    desktop.workspace.opens = false;
+    serveFeed(item("200"));
+    checkByHand();
+    desktop.userDriver.choose(NPUpdateChoice::openDownloadPage);
+    EXPECT_EQ(alerts(), "The download page cannot be opened. | https://www.real.net/get\n");
+}
+
 TEST_F(QXUpdaterTest, FailureByHandIsAnAlert)
 {
+    std::string logged;
+    const QXLogRedirection redirection([&](std::string_view line) { logged += std::string(line) + '\n'; });
     checkByHand();
     serveFeed("<item>");
     checkByHand();
@@ -227,8 +238,11 @@ TEST_F(QXUpdaterTest, FailureByHandIsAnAlert)
     checkByHand();
     const std::string message = "The check for updates failed. | ";
     EXPECT_EQ(alerts(), message + "The update feed cannot be reached: " + feed + " cannot be reached\n" + message
-                            + "The update feed cannot be read: line 1: an end tag of another element\n" + message
+                            + "The update feed cannot be read: " + feed + '\n' + message
                             + "The update feed cannot be reached: " + feed + " is too large\n");
+    // What is wrong with a feed is for those who have made it.
+    EXPECT_EQ(logged, "Update check failed: The update feed cannot be read: " + feed
+                          + " (line 1: an end tag of another element)\n");
 }
 
 TEST_F(QXUpdaterTest, FailureOfAnAutomaticCheckIsALineOfTheLog)
@@ -238,6 +252,17 @@ TEST_F(QXUpdaterTest, FailureOfAnAutomaticCheckIsALineOfTheLog)
     checkAutomatically();
     EXPECT_EQ(alerts(), "");
     EXPECT_EQ(logged, "Update check failed: The update feed cannot be reached: " + feed + " cannot be reached\n");
+}
+
+TEST_F(QXUpdaterTest, FailureOfAnAutomaticCheckSaysInOneLineWhatIsWrongWithTheFeed)
+{
+    std::string logged;
+    const QXLogRedirection redirection([&](std::string_view line) { logged += std::string(line) + '\n'; });
+    serveFeed("<item>");
+    checkAutomatically();
+    EXPECT_EQ(alerts(), "");
+    EXPECT_EQ(logged, "Update check failed: The update feed cannot be read: " + feed
+                          + " (line 1: an end tag of another element)\n");
 }
 
 TEST_F(QXUpdaterTest, AutomaticCheckThatFindsNothingSaysNothing)
@@ -348,10 +373,12 @@ TEST_F(QXUpdaterTest, FeedsAtReservedAddressesAreNeverReadByThemselves)
                                  "https://b.invalid/x", "https://c.example/"}) {
         desktop.bundle.info.insert_or_assign("SUFeedURL", reserved);
         EXPECT_FALSE(updater->automaticallyChecksForUpdates()) << reserved;
+        EXPECT_FALSE(updater->canCheckAutomatically()) << reserved;
     }
     for (const char* real : {"https://myexample.org/a", "https://example.org.real.net/a"}) {
         desktop.bundle.info.insert_or_assign("SUFeedURL", real);
         EXPECT_TRUE(updater->automaticallyChecksForUpdates()) << real;
+        EXPECT_TRUE(updater->canCheckAutomatically()) << real;
     }
 }
 
@@ -438,6 +465,13 @@ TEST_F(QXWebStoreUpdateManagerTest, HasOneUpdater)
 {
     EXPECT_EQ(sharedUpdateManager(), sharedUpdateManager());
     EXPECT_EQ(sharedUpdateManager()->updaterForMainBundle(), sharedUpdateManager()->updaterForMainBundle());
+}
+
+TEST_F(QXWebStoreUpdateManagerTest, StartsItsUpdaterAndAnswersItsError)
+{
+    EXPECT_TRUE(sharedUpdateManager()->startUpdater().has_value());
+    desktop.bundle.info.insert_or_assign("SUFeedURL", "nowhere");
+    EXPECT_EQ(sharedUpdateManager()->startUpdater().error(), "The update feed’s address is not valid: nowhere");
 }
 
 TEST_F(QXWebStoreUpdateManagerTest, FeedIsStandardUnlessTheUserHasAnother)
