@@ -56,7 +56,7 @@ void NPMainWindowController::_load()
         _content.defaults.setObject(QXValue(std::int64_t{isChecked}), showStatusItemKey);
     });
     QObject::connect(_interface->automaticUpdatesButton, &QPushButton::clicked, _view.get(),
-                     [this] { (new NPUpdatePreferencesController(sharedUpdateManager(), _view.get()))->open(); });
+                     [this] { setupAutomaticUpdates(); });
     // The menu's item has a new title whenever the switch has changed.
     if (const std::shared_ptr<NPMenu> menu = _content.activateItem->menu()) {
         _menuSubscription = menu->observe({{}, {}, [this](const NPMenuItem&) { _updateState(); }});
@@ -66,6 +66,12 @@ void NPMainWindowController::_load()
     _updateState();
     _updateDefaults();
     _interface->effectsList->setFocus();
+}
+
+void NPMainWindowController::setupAutomaticUpdates()
+{
+    window();
+    (new NPUpdatePreferencesController(sharedUpdateManager(), _content.notifications, _view.get()))->open();
 }
 
 void NPMainWindowController::_bind(QCheckBox& box, std::string_view key)

@@ -35,6 +35,9 @@ public:
     std::shared_ptr<NPWindow> window() override;
     void showWindow() override;
 
+    // Opens the sheet with the settings of updates.
+    void setupAutomaticUpdates();
+
 private:
     void _load();
     void _bind(QCheckBox& box, std::string_view key);

@@ -61,7 +61,9 @@ NPUpdateOfferWindow::NPUpdateOfferWindow(const NPUpdateOffer& offer, std::functi
     auto* const open =
         new QPushButton(QString::fromStdString(QXLocalizedString("Open Download Page", "QXWebStoreUpdate")));
     open->setDefault(true);
-    skip->setVisible(!offer.isCritical);
+    if (offer.isCritical) {
+        skip->hide();
+    }
     connect(skip, &QPushButton::clicked, this, [this] { _choose(NPUpdateChoice::skip); });
     connect(later, &QPushButton::clicked, this, [this] { _choose(NPUpdateChoice::remindLater); });
     connect(open, &QPushButton::clicked, this, [this] { _choose(NPUpdateChoice::openDownloadPage); });
@@ -84,6 +86,7 @@ NPUpdateOfferWindow::NPUpdateOfferWindow(const NPUpdateOffer& offer, std::functi
     row->addWidget(icon, 0, Qt::AlignTop);
     row->addSpacing(8);
     row->addLayout(texts, 1);
+    open->setFocus(); // not the notes, which take Return and the arrows
 }
 
 QWidget* NPUpdateOfferWindow::_makeNotes(const NPUpdateOffer& offer)

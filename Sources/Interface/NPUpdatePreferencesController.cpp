@@ -17,22 +17,25 @@ constexpr std::array<double, 4> intervals = {3600.0, 86400.0, 604800.0, 2629800.
 } // namespace
 
 NPUpdatePreferencesController::NPUpdatePreferencesController(std::shared_ptr<QXWebStoreUpdateManager> manager,
-                                                             QWidget* window)
+                                                             QXNotificationCenter& notifications, QWidget* window)
     : QDialog(window), _manager(std::move(manager)), _interface(std::make_unique<Ui::NPUpdatePreferences>())
 {
     _interface->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowModality(Qt::WindowModal);
-    QXUpdater& updater = *_manager->updaterForMainBundle();
-    _interface->automaticChecks->setChecked(updater.automaticallyChecksForUpdates());
-    _interface->interval->setEnabled(updater.automaticallyChecksForUpdates());
-    _loadInterval();
-    _updateLastCheck();
+    _connect();
+    _update();
     _updateResetButton();
-    connect(_interface->automaticChecks, &QCheckBox::clicked, this, [this, &updater](bool isChecked) {
-        updater.setAutomaticallyChecksForUpdates(isChecked);
-        _interface->interval->setEnabled(isChecked);
-    });
+    // A check that ends, or another program, changes what the sheet shows.
+    notifications.addObserver(_observer, std::string(NPUserDefaultsDidChangeNotification), nullptr,
+                              [this](const QXNotification&) { _update(); });
+}
+
+void NPUpdatePreferencesController::_connect()
+{
+    QXUpdater& updater = *_manager->updaterForMainBundle();
+    connect(_interface->automaticChecks, &QCheckBox::clicked, this,
+            [&updater](bool isChecked) { updater.setAutomaticallyChecksForUpdates(isChecked); });
     connect(_interface->interval, &QComboBox::activated, this, [&updater](int index) {
         updater.setUpdateCheckInterval(intervals.at(static_cast<std::size_t>(index)));
     });
@@ -42,6 +45,11 @@ NPUpdatePreferencesController::NPUpdatePreferencesController(std::shared_ptr<QXW
 }
 
 NPUpdatePreferencesController::~NPUpdatePreferencesController() = default;
+
+QPushButton* NPUpdatePreferencesController::updatesResetFeedButton() const
+{
+    return _interface->updatesResetFeedButton;
+}
 
 void NPUpdatePreferencesController::resetUpdateFeed()
 {
@@ -59,8 +67,19 @@ void NPUpdatePreferencesController::doneDismiss()
     accept();
 }
 
+void NPUpdatePreferencesController::_update()
+{
+    const QXUpdater& updater = *_manager->updaterForMainBundle();
+    _interface->automaticChecks->setEnabled(updater.canCheckAutomatically());
+    _interface->automaticChecks->setChecked(updater.automaticallyChecksForUpdates());
+    _interface->interval->setEnabled(updater.automaticallyChecksForUpdates());
+    _interface->intervalLabel->setEnabled(updater.automaticallyChecksForUpdates());
+    _updateInterval();
+    _updateLastCheck();
+}
+
 // The entry whose interval is nearest; somebody may have set another one elsewhere.
-void NPUpdatePreferencesController::_loadInterval()
+void NPUpdatePreferencesController::_updateInterval()
 {
     const double seconds = _manager->updaterForMainBundle()->updateCheckInterval();
     std::size_t nearest = 0;

@@ -2,21 +2,26 @@
 // way back from another feed than the standard one.
 #pragma once
 
+#include "Foundation/QXNotificationCenter.h"
 #include "Shell/QXWebStoreUpdateManager.h"
 
 #include <QDialog>
 
 #include <memory>
 
+class QPushButton;
 namespace Ui {
 class NPUpdatePreferences;
 }
 
 class NPUpdatePreferencesController final : public QDialog {
 public:
-    // On the window. Deletes itself when it is closed.
-    NPUpdatePreferencesController(std::shared_ptr<QXWebStoreUpdateManager> manager, QWidget* window);
+    // On the window. Deletes itself when it is closed. The centre announces changes of the settings, and outlives it.
+    NPUpdatePreferencesController(std::shared_ptr<QXWebStoreUpdateManager> manager,
+                                  QXNotificationCenter& notifications, QWidget* window);
     ~NPUpdatePreferencesController() override;
+
+    QPushButton* updatesResetFeedButton() const;
 
     // What its buttons do.
     void resetUpdateFeed();
@@ -24,10 +29,13 @@ public:
     void doneDismiss();
 
 private:
-    void _loadInterval();
+    void _connect();
+    void _update();
+    void _updateInterval();
     void _updateLastCheck();
     void _updateResetButton();
 
     const std::shared_ptr<QXWebStoreUpdateManager> _manager;
     const std::unique_ptr<Ui::NPUpdatePreferences> _interface;
+    QXNotificationObserver _observer;
 };

@@ -140,7 +140,7 @@ TEST_P(NPWindowPicturesTest, CriticalAlert)
 TEST_P(NPWindowPicturesTest, UpdateSheet)
 {
     platform.defaults.setObject(QXValue("https://beta.example.org/appcast.xml"), SUFeedURLKey);
-    auto* const sheet = new NPUpdatePreferencesController(sharedUpdateManager(), nullptr);
+    auto* const sheet = new NPUpdatePreferencesController(sharedUpdateManager(), platform.notifications, nullptr);
     keep(*sheet, "update-sheet");
     delete sheet;
 }
