@@ -46,9 +46,9 @@ void NPTestApplication::addNight() const
     ASSERT_EQ(runCli({"activate", "Night", "--fade", "none"}).status, 0);
 }
 
-NPTestProgram NPTestApplication::start(std::vector<std::string> words) const
+NPTestProgram NPTestApplication::start(std::vector<std::string> words, const std::string& path) const
 {
-    words.insert(words.begin(), NP_TEST_PROGRAM);
+    words.insert(words.begin(), path);
     NPTestProgram program(words);
     if (!NPTestEventually([&] { return std::filesystem::exists(folder / "nightpane.socket"); })) {
         throw std::runtime_error("nightpane does not start: " + program.errors());

@@ -32,7 +32,7 @@ protected:
     void addNight() const;
 
     // Starts it, and waits until it answers.
-    NPTestProgram start(std::vector<std::string> words = {}) const;
+    NPTestProgram start(std::vector<std::string> words = {}, const std::string& path = NP_TEST_PROGRAM) const;
 
     // Waits for a window with this title, and answers its X identifier; empty when none comes.
     static std::string windowNamed(const std::string& title);

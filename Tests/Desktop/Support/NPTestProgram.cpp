@@ -86,9 +86,9 @@ std::string NPTestProgram::errors() const
     return contentOf(*_folder / "errors");
 }
 
-bool NPTestEventually(const std::function<bool()>& condition)
+bool NPTestEventually(const std::function<bool()>& condition, std::chrono::seconds patience)
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto end = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {
             return false;

@@ -33,5 +33,6 @@ private:
     pid_t _process = 0;
 };
 
-// Whether the condition comes true within ten seconds.
-bool NPTestEventually(const std::function<bool()>& condition);
+// Whether the condition comes true within ten seconds, or within the patience.
+bool NPTestEventually(const std::function<bool()>& condition,
+                      std::chrono::seconds patience = std::chrono::seconds(10));
