@@ -3,6 +3,7 @@
 #include "Engine/NPChangeLock.h"
 #include "Engine/NPEngineProfiles.h"
 #include "Foundation/QXLog.h"
+#include "Platform/Linux/NPBusRetry.h"
 #include "Platform/Linux/NPControlBus.h"
 #include "Platform/Linux/NPDisplayGuard.h"
 #include "Platform/Linux/NPDisplayOwnerX11.h"
@@ -38,29 +39,28 @@ private:
     NPFileDescriptor _descriptor;
 };
 
-// The running instance's face to other programs. It is put up after the first table is on the screen.
+// The running instance's face to other programs. It is put up after the first table is on the screen, and again when
+// the bus has gone and come back.
 class NPEnginePresence {
 public:
-    NPEnginePresence(NPSession& session, NPControl& control) : _session(session), _control(control) {}
+    // The handler is called when the bus has come back.
+    NPEnginePresence(NPSession& session, NPControl& control, std::function<void()> busDidReturn)
+        : _session(session), _control(control), _busDidReturn(std::move(busDidReturn)),
+          _retry(session.loop(), [this] { return _publishAgain(); })
+    {
+    }
 
     void publish()
     {
-        const auto bus = NPControlBus::open();
-        if (!bus) {
-            if (!bus.error().empty()) {
-                QXLog(bus.error());
-            }
+        const auto published = _publish();
+        if (published) {
+            _observe();
             return;
         }
-        _bus = *bus;
-        auto published = _bus->publish(_control, _session.loop());
-        if (!published) {
-            _isSecond = _bus->runningInstance() != nullptr;
+        _isSecond = _bus && _bus->runningInstance() != nullptr;
+        if (!published.error().empty()) {
             QXLog((_isSecond ? "Nightpane is already running: " : "") + published.error());
-            return;
         }
-        _export = std::move(*published);
-        _observe();
     }
 
     const std::shared_ptr<NPControlBus>& bus() const { return _bus; } // nullptr when there is none
@@ -69,6 +69,34 @@ public:
     bool isSecond() const { return _isSecond; }
 
 private:
+    std::expected<void, std::string> _publish()
+    {
+        _export.reset();
+        _bus.reset();
+        auto bus = NPControlBus::open();
+        if (!bus) {
+            return std::unexpected(bus.error());
+        }
+        _bus = std::move(*bus);
+        auto published = _bus->publish(_control, _session.loop(), [this] { _retry.begin(); });
+        if (!published) {
+            return std::unexpected(published.error());
+        }
+        _export = std::move(*published);
+        _noteState();
+        return {};
+    }
+
+    bool _publishAgain()
+    {
+        const bool isBack = _publish().has_value();
+        if (isBack) {
+            QXLog("The session bus is back; commands reach this instance again");
+            _busDidReturn();
+        }
+        return isBack;
+    }
+
     void _observe()
     {
         QXNotificationCenter& notifications = _session.platform().notifications;
@@ -76,11 +104,20 @@ private:
                                   [this](const QXNotification&) { _stateDidChange(); });
         notifications.addObserver(_observer, std::string(NPUserDefaultsDidChangeNotification), nullptr,
                                   [this](const QXNotification&) { _defaultsDidChange(); });
+    }
+
+    void _noteState()
+    {
         _groups = _session.platform().defaults.objectForKey(NPEffectGroupsKey);
         _active = _session.platform().defaults.boolForKey(NPEffectActiveKey);
     }
 
-    void _stateDidChange() { _export->emitStateChanged(_active); }
+    void _stateDidChange()
+    {
+        if (_export) {
+            _export->emitStateChanged(_active);
+        }
+    }
 
     // The list and its settings are saved whenever they change, so the store tells of both.
     void _defaultsDidChange()
@@ -89,7 +126,9 @@ private:
         std::optional<QXValue> groups = defaults.objectForKey(NPEffectGroupsKey);
         if (groups != _groups) {
             _groups = std::move(groups);
-            _export->emitEffectsChanged();
+            if (_export) {
+                _export->emitEffectsChanged();
+            }
         }
         if (defaults.boolForKey(NPEffectActiveKey) != _active) {
             _active = !_active;
@@ -99,8 +138,10 @@ private:
 
     NPSession& _session;
     NPControl& _control;
+    const std::function<void()> _busDidReturn;
+    NPBusRetry _retry;
     std::shared_ptr<NPControlBus> _bus;
-    std::unique_ptr<NPControlExport> _export;
+    std::unique_ptr<NPControlExport> _export; // none while there is no bus
     QXNotificationObserver _observer;
     std::optional<QXValue> _groups;
     bool _active = false;
@@ -181,7 +222,8 @@ void NPEngine::serve(std::function<void()> end)
         end();
     });
     _signalWatch = _signals->watch(_session->loop(), end);
-    _presence = std::make_unique<NPEnginePresence>(*_session, *_control);
+    _presence = std::make_unique<NPEnginePresence>(*_session, *_control,
+                                                   [this] { _session->openHotKeys(_presence->bus()); });
     if (_session->isReal()) {
         _session->loop().performOnMain([this, end] {
             _presence->publish();

@@ -20,6 +20,7 @@
 #include "Shell/NPAppController.h"
 
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -88,6 +89,9 @@ public:
         // X programs of a Wayland session see the keys of X programs only.
         const char* const wayland = std::getenv("WAYLAND_DISPLAY");
         const bool isWaylandSession = !_isX11Asked && wayland != nullptr && *wayland != '\0';
+        if (std::exchange(_hotKeysAreOpen, true) && !isWaylandSession) {
+            return; // they do not depend on the bus
+        }
         _hotKeys.open([this, bus, isWaylandSession]() -> NPHotKeyServicesLinux::Adapter {
             if (!isWaylandSession) {
                 return NPHotKeyServicesX11::open("", _loop);
@@ -147,6 +151,7 @@ private:
     NPActionLog _log;
     NPSimulatedDisplays _noDisplays{_log}; // a set without any display: harmless, the last choice
     NPHotKeyServicesLinux _hotKeys;
+    bool _hotKeysAreOpen = false;
     NPKeyboardLayoutLinux _keyboardLayout;
     NPFileServicesLinux _files{std::getenv("XDG_CACHE_HOME"), std::getenv("HOME")};
     NPWaitServicesLinux _waits;

@@ -54,7 +54,7 @@ public:
     virtual bool showsEffects() const = 0;
 
     // Lets hot keys be registered from now on: in a Wayland session with the desktop, over the session bus, which
-    // may be nullptr; otherwise with the X server.
+    // may be nullptr; otherwise with the X server. To be called again when the bus has gone and come back.
     virtual void openHotKeys(const std::shared_ptr<NPControlBus>& bus) = 0;
 
     // From now on the workspace tells of sleep, of the session and, when the settings ask for it, of the screen

@@ -480,6 +480,17 @@ TEST_F(NPCommandLineBusTest, CommandsActThroughTheRunningEngine)
     EXPECT_EQ(failure.errors, "nightpane-cli: there is no effect 'Day'\n");
 }
 
+TEST_F(NPCommandLineBusTest, CommandsReachTheEngineAgainWhenTheBusIsBack)
+{
+    ASSERT_EQ(run({"new", "Night", "dim=20%", "manual-fade=0"}).status, 0);
+    const NPTestProgram engine = startEngine();
+    ASSERT_TRUE(NPTestEventually([&] { return run({"status"}).output.find(" runs ") != std::string::npos; }));
+    bus.end();
+    bus.begin();
+    EXPECT_TRUE(NPTestEventually([&] { return run({"activate", "Night"}).status == 0; })) << engine.errors();
+    EXPECT_TRUE(NPTestEventually([&] { return gamma() == dimmedBy20(); }));
+}
+
 TEST_F(NPCommandLineBusTest, SwitchingOffThroughTheBusGivesTheScreenBackAtOnce)
 {
     ASSERT_EQ(run({"new", "Night", "dim=20%"}).status, 0);

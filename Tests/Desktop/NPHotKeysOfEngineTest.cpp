@@ -277,6 +277,27 @@ TEST_F(NPHotKeysOfDesktopTest, ShortcutOfTheDesktopChangesTheScreen)
     EXPECT_TRUE(becomes(1.0));
 }
 
+TEST_F(NPHotKeysOfDesktopTest, ShortcutWorksAgainWhenTheSessionBusIsBack)
+{
+    NPTestPortalBackEnd::addPortal(bus, true);
+    auto backEnd = std::make_unique<NPTestPortalBackEnd>();
+    const NPTestProgram engine = startEngine();
+    ASSERT_TRUE(NPTestEventually([&] { return backEnd->questions().size() == 1; }));
+    backEnd.reset();
+    bus.end();
+    bus.begin();
+    backEnd = std::make_unique<NPTestPortalBackEnd>();
+    ASSERT_TRUE(NPTestEventually([&] { return backEnd->questions().size() == 1; })) << engine.errors();
+    const std::string question = backEnd->questions().front();
+    const std::string name = question.substr(0, question.find('='));
+    EXPECT_TRUE(NPTestEventually([&] {
+        return contains(command({"list"}), "\nThe desktop's key for Night: Press CTRL+ALT+d\n");
+    })) << command({"list"});
+    backEnd->activate(name, 1000);
+    backEnd->deactivate(name, 1100);
+    EXPECT_TRUE(becomes(0.8));
+}
+
 // Without the program's name; what else is missing in the test's session is told in lines of its own.
 std::string linesAboutHotKeys(const std::string& errors)
 {

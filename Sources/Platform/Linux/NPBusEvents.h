@@ -24,8 +24,8 @@ struct NPLoginManagerHandlers {
 // Called with the screen saver's name when it begins and when it ends. One that goes away without a word has ended.
 using NPScreenSaverHandler = std::function<void(const std::string& name, bool isActive)>;
 
-// Keeps the handlers connected. It lasts until it is destroyed, though not by a handler, or until the bus goes, of
-// which the log tells.
+// Keeps the handlers connected until it is destroyed, though not by a handler. When the bus goes, of which the log
+// tells, it is gone back to once there is one again; what was announced meanwhile is not made up for.
 class NPBusEvents {
 public:
     virtual ~NPBusEvents() = default;

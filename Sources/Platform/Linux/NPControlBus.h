@@ -16,7 +16,8 @@
 #include <string>
 
 // An instance's presence on the bus. It serves requests from the main loop until it is destroyed, which gives
-// the name back, or until the bus goes, of which the log tells. Not to be destroyed from within a request.
+// the name back, or until the bus goes, of which the log tells. Not to be destroyed from within a request, nor when
+// it says that the bus has gone.
 class NPControlExport {
 public:
     virtual ~NPControlExport() = default;
@@ -38,9 +39,10 @@ public:
     // five seconds for its answer.
     virtual std::unique_ptr<NPControl> runningInstance() = 0;
 
-    // Takes the well-known name and serves the control there. The error is one line ("the name is taken").
-    virtual std::expected<std::unique_ptr<NPControlExport>, std::string> publish(NPControl& control,
-                                                                                 NPMainLoopLinux& loop) = 0;
+    // Takes the well-known name and serves the control there. `lost` is called once, when the bus goes: another
+    // NPControlBus has to be opened then. The error is one line ("the name is taken").
+    virtual std::expected<std::unique_ptr<NPControlExport>, std::string>
+    publish(NPControl& control, NPMainLoopLinux& loop, std::function<void()> lost) = 0;
 
     // Hot keys by the desktop portal. The error is one line.
     virtual std::expected<std::unique_ptr<NPHotKeyServices>, std::string> openHotKeys(NPMainLoopLinux& loop) = 0;

@@ -13,7 +13,8 @@ public:
     using MakeAdapter = std::function<Adapter()>;
 
     // Announces that hot keys can be registered; the first one makes the adapter. When that fails the log gets
-    // one line, and every registration is refused with it.
+    // one line, and every registration is refused with it. A later call has another adapter made in the place of one
+    // that works no longer.
     void open(MakeAdapter makeAdapter);
 
     std::expected<NPHotKeyRef, std::string> registerHotKey(const NPHotKeyRequest& request) override;

@@ -15,7 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds longestWait{10};
+constexpr std::chrono::seconds longestWait{20};
 
 } // namespace
 

@@ -18,10 +18,10 @@ std::unique_ptr<NPDisplayServicesX11> NPTestOpen(const NPTestXServer& server, NP
 // The display of an output that has no EDID, which is called by its connector's name; throws when there is none.
 NPDisplayID NPTestDisplay(const NPDisplayServices& displays, const std::string& name);
 
-// Turns the loop until the condition holds. False when it does not within ten seconds.
+// Turns the loop until the condition holds. False when it does not within twenty seconds.
 bool NPTestTurnUntil(NPMainLoopLinux& loop, const std::function<bool()>& condition);
 
-// Waits without a loop, looking every 0.2 ms. False when the condition does not hold within ten seconds.
+// Waits without a loop, looking every 0.2 ms. False when the condition does not hold within twenty seconds.
 bool NPTestWaitUntil(const std::function<bool()>& condition);
 
 double NPTestMillisecondsSince(std::chrono::steady_clock::time_point start);

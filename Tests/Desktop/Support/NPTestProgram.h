@@ -33,6 +33,6 @@ private:
     pid_t _process = 0;
 };
 
-// Whether the condition comes true within ten seconds, or within the patience.
+// Whether the condition comes true within twenty seconds, or within the patience.
 bool NPTestEventually(const std::function<bool()>& condition,
-                      std::chrono::seconds patience = std::chrono::seconds(10));
+                      std::chrono::seconds patience = std::chrono::seconds(20));

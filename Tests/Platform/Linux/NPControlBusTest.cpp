@@ -130,7 +130,7 @@ TEST_F(NPControlBusTest, SaysWhenTheBusDoesNotTellWhoRuns)
 TEST_F(NPControlBusTest, LetsTheNameBeTakenOnce)
 {
     publish();
-    const auto second = connect()->publish(control, loop);
+    const auto second = connect()->publish(control, loop, [] {});
     ASSERT_FALSE(second);
     EXPECT_EQ(nameTaken, second.error());
     EXPECT_TRUE(ask([](NPControl& client) { return client.restore(); })); // the first serves on
@@ -141,7 +141,7 @@ TEST_F(NPControlBusTest, GivesTheNameBackWhenTheInstanceGoes)
     publish();
     instance.reset();
     const std::shared_ptr<NPControlBus> successor = connect();
-    EXPECT_TRUE(successor->publish(control, loop));
+    EXPECT_TRUE(successor->publish(control, loop, [] {}));
 }
 
 TEST_F(NPControlBusTest, CanBePublishedAgainOnTheSameConnection)
@@ -161,8 +161,10 @@ TEST_F(NPControlBusTest, SaysOnceThatTheBusHasGone)
         loop.processEvents(100);
     }
     loop.processEvents(10);
-    EXPECT_EQ(std::vector<std::string>{"The session bus has gone; commands cannot reach this instance any more"},
-              log);
+    EXPECT_EQ(
+        std::vector<std::string>{"The session bus has gone; commands cannot reach this instance until it is back"},
+        log);
+    EXPECT_TRUE(hasLostBus);
 }
 
 TEST_F(NPControlBusTest, LeavesTheLoopAloneOnceTheBusHasGone)

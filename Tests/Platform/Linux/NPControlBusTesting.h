@@ -25,7 +25,10 @@ protected:
         return NPOpenControlBusFromFolders({NP_TEST_MODULE_FOLDER}, NPSessionBusAddress().value()).value();
     }
 
-    void publish() { instance = std::move(instanceBus->publish(control, loop).value()); }
+    void publish()
+    {
+        instance = std::move(instanceBus->publish(control, loop, [this] { hasLostBus = true; }).value());
+    }
 
     // Does the work on a thread of its own while the instance serves, and gives what comes of it.
     template<class Work> auto whileServing(const Work& work) -> decltype(work())
@@ -64,6 +67,7 @@ protected:
     QXLogRedirection redirection{[this](std::string_view line) { log.emplace_back(line); }};
     NPTestControl control;
     NPMainLoopLinux loop;
+    bool hasLostBus = false;
     std::shared_ptr<NPControlBus> instanceBus = connect();
     std::unique_ptr<NPControlExport> instance;
 };

@@ -187,11 +187,52 @@ TEST_F(NPLoginManagerTest, SaysOnceThatTheBusHasGoneAndLeavesTheLoopAlone)
     log.clear();
     bus.end();
     EXPECT_TRUE(turnUntil([this] { return !log.empty(); }));
-    EXPECT_TRUE(log.front().starts_with("The system bus has gone; ")) << log.front();
+    EXPECT_EQ(log,
+              std::vector<std::string>{"The system bus has gone; sleep is noticed without it, switches of users "
+                                       "are not until it is back"});
     const double begin = loop.monotonicTime();
     loop.processEvents(300);
     EXPECT_GE(loop.monotonicTime() - begin, 0.29);
     events.reset();
+}
+
+TEST_F(NPLoginManagerTest, IsFollowedAgainWhenTheBusIsBack)
+{
+    startInSession();
+    settle();
+    for (int i = 0; i < 2; ++i) {
+        log.clear();
+        heard.clear();
+        bus.end();
+        manager.reset();
+        bus.begin();
+        start();
+        manager->tell("mock.AddSession('c2', 'seat0', 500, 'ann', True)");
+        EXPECT_TRUE(turnUntil([this] { return log.size() == 2; }));
+        EXPECT_TRUE(log.front().starts_with("The system bus has gone; ")) << log.front();
+        EXPECT_EQ(log.back(), "The system bus is back; switches of users are noticed again");
+        settle(); // it has asked which session is its own
+        sleepAndWake();
+        EXPECT_TRUE(hear({wake}));
+        setActive(false);
+        setActive(true);
+        EXPECT_TRUE(hear({wake, active}));
+    }
+}
+
+TEST_F(NPLoginManagerTest, LeavesABusThatDoesNotComeBackInPeace)
+{
+    start();
+    watch();
+    settle();
+    log.clear();
+    bus.end();
+    EXPECT_TRUE(turnUntil([this] { return log.size() == 1; }));
+    const double begin = loop.monotonicTime();
+    while (loop.monotonicTime() < begin + 2.0) { // past the first attempt
+        loop.processEvents(200);
+    }
+    EXPECT_EQ(log.size(), 1U);
 }
 
 TEST_F(NPLoginManagerTest, SaysWhyItCannotBeWatched)

@@ -7,6 +7,7 @@ namespace {
 
 const std::string kde = "org.freedesktop.ScreenSaver";
 const std::string gnome = "org.gnome.ScreenSaver";
+const std::string gone = "The session bus has gone; the desktop's screen saver goes unnoticed until it is back";
 
 class NPScreenSaversTest : public NPBusEventsTesting {
 protected:
@@ -106,8 +107,26 @@ TEST_F(NPScreenSaversTest, HasEndedWhenTheBusGoes)
     ASSERT_TRUE(becomes(gnome, true));
     bus.end();
     EXPECT_TRUE(becomes(gnome, false));
-    EXPECT_EQ(std::vector<std::string>{"The session bus has gone; the desktop's screen saver goes unnoticed"},
-              log);
+    EXPECT_EQ(std::vector<std::string>{gone}, log);
+}
+
+TEST_F(NPScreenSaversTest, AreNoticedAgainWhenTheBusIsBack)
+{
+    NPTestMockService saver = NPTestMockService::gnomeScreenSaver();
+    watch();
+    announce(saver, gnome, true);
+    ASSERT_TRUE(becomes(gnome, true));
+    saver.kill();
+    bus.end();
+    bus.begin();
+    EXPECT_TRUE(turnUntil([this] { return log.size() == 2; }));
+    EXPECT_EQ(
+        (std::vector<std::string>{gone, "The session bus is back; the desktop's screen saver is noticed again"}),
+        log);
+    EXPECT_FALSE(states[gnome]);
+    const NPTestMockService another = NPTestMockService::gnomeScreenSaver();
+    setActive(another, true);
+    EXPECT_TRUE(becomes(gnome, true));
 }
 
 TEST_F(NPScreenSaversTest, OthersCannotSpeakForIt)

@@ -38,10 +38,15 @@ NPTestSessionBus::NPTestSessionBus()
           "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/><allow own='*'/>"
           "</policy></busconfig>";
     writeFile(_folder / "bus.conf", configuration);
+    begin();
+    _variable.emplace("DBUS_SESSION_BUS_ADDRESS", address());
+}
+
+void NPTestSessionBus::begin()
+{
     _daemon.emplace(std::vector<std::string>{"dbus-daemon", "--config-file=" + (_folder / "bus.conf").string(),
                                              "--nofork", "--nopidfile", "--nosyslog", "--print-address"});
     _daemon->outputUntil("guid=");
-    _variable.emplace("DBUS_SESSION_BUS_ADDRESS", address());
 }
 
 void NPTestSessionBus::addActivatableService(const std::string& name, const std::string& program)

@@ -35,6 +35,7 @@ public:
     void addActivatableService(const std::string& name, const std::string& program);
 
     void end() { _daemon->kill(); }
+    void begin(); // another daemon at the same address, for nobody yet
     void freeze() { _daemon->signal(SIGSTOP); } // until the end
 
 private:

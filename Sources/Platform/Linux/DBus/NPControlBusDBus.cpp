@@ -27,8 +27,8 @@ public:
     }
 
     std::unique_ptr<NPControl> runningInstance() override;
-    std::expected<std::unique_ptr<NPControlExport>, std::string> publish(NPControl& control,
-                                                                         NPMainLoopLinux& loop) override;
+    std::expected<std::unique_ptr<NPControlExport>, std::string> publish(NPControl& control, NPMainLoopLinux& loop,
+                                                                         std::function<void()> lost) override;
     std::expected<std::unique_ptr<NPHotKeyServices>, std::string> openHotKeys(NPMainLoopLinux& loop) override;
 
 private:
@@ -72,11 +72,11 @@ std::string NPControlBusDBus::_nameOwner() const
     }
 }
 
-std::expected<std::unique_ptr<NPControlExport>, std::string> NPControlBusDBus::publish(NPControl& control,
-                                                                                       NPMainLoopLinux& loop)
+std::expected<std::unique_ptr<NPControlExport>, std::string>
+NPControlBusDBus::publish(NPControl& control, NPMainLoopLinux& loop, std::function<void()> lost)
 {
     try {
-        return std::make_unique<NPControlServiceDBus>(_connection, control, loop, _host);
+        return std::make_unique<NPControlServiceDBus>(_connection, control, loop, _host, std::move(lost));
     } catch (const sdbus::Error& error) {
         if (error.getName() == "org.freedesktop.DBus.Error.FileExists") {
             return std::unexpected("the name " + NPBusName + " is taken on the session bus");

@@ -41,7 +41,8 @@ template<class Work> void answer(const Work& work)
 } // namespace
 
 NPControlServiceDBus::NPControlServiceDBus(std::shared_ptr<sdbus::IConnection> connection, NPControl& control,
-                                           NPMainLoopLinux& loop, const NPControlModuleHost& host)
+                                           NPMainLoopLinux& loop, const NPControlModuleHost& host,
+                                           std::function<void()> lost)
     : _connection(std::move(connection)), _control(control),
       _object(sdbus::createObject(*_connection, NPBusObjectPath))
 {
@@ -55,8 +56,9 @@ NPControlServiceDBus::NPControlServiceDBus(std::shared_ptr<sdbus::IConnection> c
     _object->finishRegistration();
     _announcedEffectActive = _effectActive();
     _connection->requestName(NPBusName); // last: whoever sees the name finds everything there
-    _serving = NPServingDBus::start(_connection, loop, host, [&host] {
-        host.log("The session bus has gone; commands cannot reach this instance any more");
+    _serving = NPServingDBus::start(_connection, loop, host, [&host, lost = std::move(lost)] {
+        host.log("The session bus has gone; commands cannot reach this instance until it is back");
+        lost();
     });
 }
 

@@ -15,9 +15,9 @@
 class NPControlServiceDBus final : public NPControlExport {
 public:
     // Throws sdbus::Error when the object or the name cannot be had. The connection is served from the loop
-    // from now on.
+    // from now on; `lost` is called when the bus goes.
     NPControlServiceDBus(std::shared_ptr<sdbus::IConnection> connection, NPControl& control, NPMainLoopLinux& loop,
-                         const NPControlModuleHost& host);
+                         const NPControlModuleHost& host, std::function<void()> lost);
     ~NPControlServiceDBus() override;
 
     void emitEffectsChanged() override;

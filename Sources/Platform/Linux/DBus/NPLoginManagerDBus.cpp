@@ -25,10 +25,12 @@ const std::string callersSessionPath = "/org/freedesktop/login1/session/auto";
 } // namespace
 
 NPLoginManagerDBus::NPLoginManagerDBus(const NPControlModuleHost& host, const std::string& address,
-                                       NPMainLoopLinux& loop, NPLoginManagerHandlers handlers)
+                                       NPMainLoopLinux& loop, NPLoginManagerHandlers handlers,
+                                       std::function<void()> lost)
     : _handlers(std::move(handlers)),
       _services(host, address, loop,
-                "The system bus has gone; sleep is noticed without it, and switches of users are not any more")
+                "The system bus has gone; sleep is noticed without it, switches of users are not until it is back",
+                std::move(lost))
 {
     _sleepSlot = _services.match("type='signal',sender='" + managerName + "',interface='" + managerInterface
                                      + "',member='PrepareForSleep',path='" + managerPath + "'",
@@ -51,7 +53,7 @@ void NPLoginManagerDBus::_ownerDidChange(const std::string& owner)
     _owner = owner;
     if (!_owner.empty()) {
         _askForOwnSession();
-    } else if (!std::exchange(_hasComplained, true)) {
+    } else if (!_services.isLost() && !std::exchange(_hasComplained, true)) {
         _services.log("The login manager does not run: switches of users go unnoticed until it does");
     }
 }
@@ -178,10 +180,10 @@ void NPLoginManagerDBus::_setActive(bool active)
 
 extern "C" [[gnu::visibility("default")]] void
 NPOpenLoginManager(const NPControlModuleHost& host, const std::string& address, NPMainLoopLinux& loop,
-                   NPLoginManagerHandlers handlers, NPBusEventsResult& result)
+                   NPLoginManagerHandlers handlers, std::function<void()> lost, NPBusEventsResult& result)
 {
     try {
-        result = std::make_unique<NPLoginManagerDBus>(host, address, loop, std::move(handlers));
+        result = std::make_unique<NPLoginManagerDBus>(host, address, loop, std::move(handlers), std::move(lost));
     } catch (const std::exception& exception) {
         result = std::unexpected("the system bus cannot be used: " + NPLineOfException(exception));
     }

@@ -13,9 +13,9 @@
 
 class NPLoginManagerDBus final : public NPBusEvents {
 public:
-    // Throws sdbus::Error when there is no connecting.
+    // Throws sdbus::Error when there is no connecting. `lost` is called when the bus goes.
     NPLoginManagerDBus(const NPControlModuleHost& host, const std::string& address, NPMainLoopLinux& loop,
-                       NPLoginManagerHandlers handlers);
+                       NPLoginManagerHandlers handlers, std::function<void()> lost);
 
 private:
     void _ownerDidChange(const std::string& owner);

@@ -15,9 +15,12 @@ struct NPScreenSaversDBus::Saver {
 
 // Most desktops have one of the first two; the others are those that have neither.
 NPScreenSaversDBus::NPScreenSaversDBus(const NPControlModuleHost& host, const std::string& address,
-                                       NPMainLoopLinux& loop, NPScreenSaverHandler handler)
+                                       NPMainLoopLinux& loop, NPScreenSaverHandler handler,
+                                       std::function<void()> lost)
     : _handler(std::move(handler)),
-      _services(host, address, loop, "The session bus has gone; the desktop's screen saver goes unnoticed")
+      _services(host, address, loop,
+                "The session bus has gone; the desktop's screen saver goes unnoticed until it is back",
+                std::move(lost))
 {
     const std::array<Saver, 5> savers{{{"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver"},
                                        {"org.gnome.ScreenSaver", "/org/gnome/ScreenSaver"},
@@ -60,10 +63,10 @@ void NPScreenSaversDBus::_ownerDidChange(const Saver& saver, const std::string& 
 
 extern "C" [[gnu::visibility("default")]] void
 NPOpenScreenSavers(const NPControlModuleHost& host, const std::string& address, NPMainLoopLinux& loop,
-                   NPScreenSaverHandler handler, NPBusEventsResult& result)
+                   NPScreenSaverHandler handler, std::function<void()> lost, NPBusEventsResult& result)
 {
     try {
-        result = std::make_unique<NPScreenSaversDBus>(host, address, loop, std::move(handler));
+        result = std::make_unique<NPScreenSaversDBus>(host, address, loop, std::move(handler), std::move(lost));
     } catch (const std::exception& exception) {
         result = std::unexpected("the session bus cannot be used: " + NPLineOfException(exception));
     }

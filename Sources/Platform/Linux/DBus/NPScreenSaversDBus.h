@@ -10,9 +10,9 @@
 
 class NPScreenSaversDBus final : public NPBusEvents {
 public:
-    // Throws sdbus::Error when there is no connecting.
+    // Throws sdbus::Error when there is no connecting. `lost` is called when the bus goes.
     NPScreenSaversDBus(const NPControlModuleHost& host, const std::string& address, NPMainLoopLinux& loop,
-                       NPScreenSaverHandler handler);
+                       NPScreenSaverHandler handler, std::function<void()> lost);
 
 private:
     struct Saver;

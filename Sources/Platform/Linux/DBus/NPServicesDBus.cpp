@@ -15,14 +15,16 @@ const std::string busPath = "/org/freedesktop/DBus";
 
 // The function called connects to a bus of either kind: the address says which it is.
 NPServicesDBus::NPServicesDBus(const NPControlModuleHost& host, const std::string& address, NPMainLoopLinux& loop,
-                               std::string lossLine)
+                               std::string lossLine, std::function<void()> lost)
     : _host(host), _connection(sdbus::createSessionBusConnectionWithAddress(address))
 {
     _connection->setMethodCallTimeout(patience);
-    _serving = NPServingDBus::start(_connection, loop, host, [this, lossLine = std::move(lossLine)] {
-        _host.log(lossLine);
-        _busDidGo();
-    });
+    _serving = NPServingDBus::start(_connection, loop, host,
+                                    [this, lossLine = std::move(lossLine), lost = std::move(lost)] {
+                                        _host.log(lossLine);
+                                        _busDidGo();
+                                        lost();
+                                    });
 }
 
 sdbus::Slot NPServicesDBus::match(const std::string& rule, std::function<void(sdbus::Message&)> handler)
@@ -83,6 +85,7 @@ void NPServicesDBus::_ownerDidChange(const std::string& name, const std::string&
 
 void NPServicesDBus::_busDidGo()
 {
+    _isLost = true;
     for (const auto& [name, handler] : _ownerHandlers) {
         handler("");
     }

@@ -16,9 +16,10 @@
 
 class NPServicesDBus {
 public:
-    // Throws sdbus::Error when there is no connecting. The host's log gets the line when the bus goes.
+    // Throws sdbus::Error when there is no connecting. When the bus goes, the host's log gets the line, and `lost` is
+    // called after the handlers that follow services.
     NPServicesDBus(const NPControlModuleHost& host, const std::string& address, NPMainLoopLinux& loop,
-                   std::string lossLine);
+                   std::string lossLine, std::function<void()> lost);
     NPServicesDBus(const NPServicesDBus&) = delete;
     NPServicesDBus& operator=(const NPServicesDBus&) = delete;
 
@@ -50,6 +51,7 @@ public:
     }
 
     void log(const std::string& line) const { _host.log(line); }
+    bool isLost() const { return _isLost; } // the bus has gone
 
 private:
     sdbus::IProxy& _proxyFor(const Target& target);
@@ -62,5 +64,6 @@ private:
     std::vector<sdbus::Slot> _slots;
     std::map<std::string, OwnerHandler> _ownerHandlers;
     std::map<std::pair<std::string, std::string>, std::unique_ptr<sdbus::IProxy>> _proxies; // by owner and path
+    bool _isLost = false;
     std::shared_ptr<NPServingDBus> _serving;
 };
