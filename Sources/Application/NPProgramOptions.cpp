@@ -12,8 +12,13 @@ std::expected<NPProgramOptions, std::string> NPParseProgramOptions(const std::ve
         {"--version", NPProgramAction::version},
     };
     NPProgramOptions options;
+    std::string actionWord;
     for (auto word = words.begin(); word != words.end(); ++word) {
         if (const auto action = actions.find(*word); action != actions.end()) {
+            if (!actionWord.empty() && actionWord != *word) {
+                return std::unexpected(actionWord + " and " + *word + ": one of them at a time");
+            }
+            actionWord = *word;
             options.action = action->second;
         } else if (*word == "--platform") {
             if (++word == words.end()) {
@@ -30,6 +35,11 @@ std::expected<NPProgramOptions, std::string> NPParseProgramOptions(const std::ve
         } else {
             options.file = *word;
         }
+    }
+    const bool opensFiles =
+        options.action == NPProgramAction::run || options.action == NPProgramAction::preferences;
+    if (!options.file.empty() && !opensFiles) {
+        return std::unexpected(actionWord + " takes no file");
     }
     return options;
 }

@@ -156,7 +156,8 @@ void NPInstanceDoor::_read(int descriptor)
 // The handler may take long, and serve others meanwhile: an alert, for example.
 void NPInstanceDoor::_answer(int descriptor)
 {
-    const auto visitor = _visitors.extract(descriptor);
+    auto visitor = _visitors.extract(descriptor);
+    visitor.mapped().watch.reset(); // it has said all, and would be ready for as long as the handler takes
     const std::optional<NPInstanceRequest> request = requestFromText(visitor.mapped().received);
     const NPInstanceAnswer answer = request ? _handler(*request) : std::unexpected("malformed request");
     sendAll(descriptor, answer ? "ok" : answer.error());
