@@ -7,14 +7,19 @@
 #include "Foundation/QXString.h"
 #include "Interface/NPInterfaceQt.h"
 #include "Interface/NPMainWindowController.h"
+#include "Interface/NPQtPlatform.h"
+#include "Interface/NPStartupToken.h"
 #include "Interface/QXAboutBoxController.h"
 #include "Platform/Linux/NPFileAccess.h"
 #include "Platform/Linux/NPLoginItemsLinux.h"
+#include "Platform/Linux/NPSessionBusAddress.h"
 #include "Platform/NPDesktop.h"
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <utility>
 
 namespace {
 
@@ -25,10 +30,23 @@ void printError(const std::string& message)
     std::fputs(("nightpane: " + message + '\n').c_str(), stderr);
 }
 
+// Qt calls exit() when its display server has gone: nothing on the stack is destroyed then, and what is not on the disk
+// yet would be lost.
+NPEngine* engineAtExit = nullptr;
+
+void finishEngineAtExit()
+{
+    if (NPEngine* const engine = std::exchange(engineAtExit, nullptr)) {
+        engine->session().loop().processEvents(); // the engine learns of it, too
+        engine->finish();
+    }
+}
+
 class Application {
 public:
-    explicit Application(std::unique_ptr<NPEngine> engine)
-        : _engine(std::move(engine)), _loop(_engine->session().loop()),
+    // The token of the start, see NPStartupToken().
+    Application(std::unique_ptr<NPEngine> engine, std::string startupToken)
+        : _engine(std::move(engine)), _startupToken(std::move(startupToken)), _loop(_engine->session().loop()),
           _interface(
               {_loop.fileDescriptor(), [this] { _loop.processEvents(); }, [this] { _loop.prepareToWait(); }}),
           _workspace([this] { _interface.quit(); })
@@ -50,11 +68,14 @@ public:
 
     bool run(const NPProgramOptions& options)
     {
-        _engine->launch();
+        engineAtExit = _engine.get();
+        std::atexit(finishEngineAtExit);
+        _engine->launch([this] { _workspace.terminate(); });
         if (!_workspace.isTerminating()) {
             _begin(options);
             _interface.run();
         }
+        engineAtExit = nullptr;
         // The displays first. The engine goes before the application whose windows it keeps.
         _interface.stopDriving();
         _door = nullptr;
@@ -66,10 +87,8 @@ public:
 private:
     void _begin(const NPProgramOptions& options)
     {
-        if (_engine->session().platformName() == "none") {
-            QXLog("no display can be changed here: effects show nothing");
-        }
-        _engine->serve([this] { _workspace.terminate(); });
+        _sayWhatIsMissing();
+        _engine->serve();
         _loop.performOnMain([this] { _engine->session().watchApplications(); }); // as late as what serve() begins
         if (_engine->session().isReal()) {
             _openDoor();
@@ -81,6 +100,17 @@ private:
         }
         if (!options.file.empty()) {
             _openEffectFile(options.file);
+        }
+        NPEndStartup(_startupToken);
+    }
+
+    void _sayWhatIsMissing()
+    {
+        if (_engine->session().platformName() == "none") {
+            QXLog("no display can be changed here: effects show nothing");
+        }
+        if (_engine->session().isReal() && !NPSessionBusAddress()) {
+            QXLog("there is no session bus: nightpane-cli cannot reach this instance");
         }
     }
 
@@ -97,6 +127,10 @@ private:
 
     NPInstanceAnswer _serve(const NPInstanceRequest& request)
     {
+        if (request.word != "toggle" && !NPHasDesktop()) {
+            return std::unexpected("it was started where there is no desktop to show windows on");
+        }
+        NPExpectWindowForStartup(request.word == "toggle" ? "" : request.token);
         if (request.word == "show") {
             _engine->controller()->openPreferences();
         } else if (request.word == "toggle") {
@@ -143,6 +177,7 @@ private:
     }
 
     std::unique_ptr<NPEngine> _engine;
+    const std::string _startupToken;
     NPMainLoopLinux& _loop;
     NPProgramBundle _bundle;
     NPInterfaceQt _interface;
@@ -151,15 +186,16 @@ private:
     std::unique_ptr<NPInstanceDoor> _door;
 };
 
-int askInstance(const NPProgramOptions& options)
+int askInstance(const NPProgramOptions& options, const std::string& token)
 {
-    NPInstanceRequest request{options.action == NPProgramAction::toggle ? "toggle" : "show", {}};
+    NPInstanceRequest request{options.action == NPProgramAction::toggle ? "toggle" : "show", {}, token};
     if (!options.file.empty()) {
         std::error_code ignored; // then the path stays as it is
         const std::filesystem::path path = std::filesystem::absolute(options.file, ignored);
-        request = {"open", path.empty() ? options.file : path.string()};
+        request = {"open", path.empty() ? options.file : path.string(), token};
     }
     const NPInstanceAnswer answer = NPInstanceDoor::ask(request);
+    NPEndStartup(token);
     if (!answer) {
         const int process = NPInstanceLock::holder().value_or(0);
         printError("Nightpane is running (process " + std::to_string(process) + "), but " + answer.error());
@@ -191,16 +227,19 @@ int quitInstance()
 
 int NPRunApplication(const NPProgramOptions& options)
 {
+    const std::string token = NPStartupToken(); // before Qt takes it out of the environment
     if (options.action == NPProgramAction::quit) {
-        return quitInstance();
+        const int status = quitInstance();
+        NPEndStartup(token);
+        return status;
     }
     auto engine = NPEngine::start(options.platform, NPDisplayNeed::wanted);
     if (!engine && engine.error().isRunning) {
-        return askInstance(options);
+        return askInstance(options, token);
     }
     if (!engine) {
         printError(engine.error().message);
         return 1;
     }
-    return Application(std::move(*engine)).run(options) ? 0 : 1;
+    return Application(std::move(*engine), token).run(options) ? 0 : 1;
 }

@@ -12,11 +12,11 @@ int NPRunCommand(const NPArguments& arguments)
         return 1;
     }
     NPEngine& engine = **started;
-    engine.launch();
     NPMainLoopLinux& loop = engine.session().loop();
+    engine.launch([&loop] { loop.stop(); });
     const auto narrator = std::make_shared<NPNarrator>(engine.session().platform(), *sharedScreenManager());
     narrator->start();
-    engine.serve([&loop] { loop.stop(); });
+    engine.serve();
     loop.run();
     return engine.finish() ? 0 : 1;
 }

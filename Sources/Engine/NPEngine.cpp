@@ -1,6 +1,7 @@
 #include "Engine/NPEngine.h"
 
 #include "Engine/NPChangeLock.h"
+#include "Engine/NPEndSignals.h"
 #include "Engine/NPEngineProfiles.h"
 #include "Foundation/QXLog.h"
 #include "Platform/Linux/NPBusRetry.h"
@@ -8,36 +9,7 @@
 #include "Platform/Linux/NPDisplayGuard.h"
 #include "Platform/Linux/NPDisplayOwnerX11.h"
 
-#include <csignal>
-#include <cstdio>
-#include <sys/epoll.h>
-#include <sys/signalfd.h>
-
-// The signals that end the engine, taken from a descriptor instead of by a handler: blocked from the start,
-// so that none is lost or kills a half-started engine.
-class NPEndSignals {
-public:
-    NPEndSignals()
-    {
-        sigset_t signals;
-        ::sigemptyset(&signals);
-        for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-            ::sigaddset(&signals, signal);
-        }
-        ::sigprocmask(SIG_BLOCK, &signals, nullptr);
-        ::signal(SIGPIPE, SIG_IGN); // a reader of the output that goes away ends nothing
-        _descriptor = NPFileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
-    }
-
-    [[nodiscard]] NPWatch watch(NPMainLoopLinux& loop, std::function<void()> end) const
-    {
-        return loop.watchFileDescriptor(_descriptor.get(), EPOLLIN,
-                                        [end = std::move(end)](std::uint32_t) { end(); });
-    }
-
-private:
-    NPFileDescriptor _descriptor;
-};
+#include <unistd.h>
 
 // The running instance's face to other programs. It is put up after the first table is on the screen, and again when
 // the bus has gone and come back.
@@ -210,25 +182,26 @@ std::expected<std::unique_ptr<NPEngine>, NPEngineFailure> NPEngine::start(const 
         new NPEngine(std::move(guard), std::move(signals), std::move(lock), std::move(*session), usesProfiles));
 }
 
-void NPEngine::launch()
+void NPEngine::launch(std::function<void()> end)
 {
+    _end = std::move(end);
+    _session->onDisplaysLost([this] {
+        _displaysLost = true;
+        _end();
+    });
+    _signalWatch = _signals->watch(_session->loop(), _end);
     _controller->applicationDidFinishLaunching();
 }
 
-void NPEngine::serve(std::function<void()> end)
+void NPEngine::serve()
 {
-    _session->onDisplaysLost([this, end] {
-        _displaysLost = true;
-        end();
-    });
-    _signalWatch = _signals->watch(_session->loop(), end);
     _presence = std::make_unique<NPEnginePresence>(*_session, *_control,
                                                    [this] { _session->openHotKeys(_presence->bus()); });
     if (_session->isReal()) {
-        _session->loop().performOnMain([this, end] {
+        _session->loop().performOnMain([this] {
             _presence->publish();
             if (_presence->isSecond()) {
-                end();
+                _end();
                 return;
             }
             _session->openHotKeys(_presence->bus());
@@ -238,7 +211,7 @@ void NPEngine::serve(std::function<void()> end)
             }
         });
     }
-    _session->begin(end);
+    _session->begin(_end);
 }
 
 bool NPEngine::finish()

@@ -1,9 +1,9 @@
 // The engine of a session: the displays, the settings, the effects and what runs them, with its presence on the
 // session bus. Two programs put a face on it: nightpane-cli run prints what happens, nightpane has windows.
 //
-// After NPDisplayGuard::runsAsGuard(), start() comes first in main(); launch() puts the first tables on the screens, serve() makes the engine known to
-// others; then the program runs the loop of the session, by itself or from another loop, until it is told to end, and
-// calls finish().
+// After NPDisplayGuard::runsAsGuard(), start() comes first in main(); launch() puts the first tables on the screens,
+// serve() makes the engine known to others; then the program runs the loop of the session, by itself or from another
+// loop, until it is told to end, and calls finish().
 #pragma once
 
 #include "Engine/NPInstanceLock.h"
@@ -45,12 +45,13 @@ public:
     const std::shared_ptr<NPAppController>& controller() const { return _controller; }
     NPControl& control() { return *_control; }
 
-    void launch();
+    // The handler is called, from the loop, when the engine is to end: by a signal, because the displays have gone,
+    // because another engine has the session bus, or because the world has ended. An alert that the launch shows may
+    // run the loop before this returns.
+    void launch(std::function<void()> end);
 
-    // Time passes from now on, and requests are answered. The handler is called, from the loop, when the engine is
-    // to end: by a signal, because the displays have gone, because another engine has the session bus, or because the world
-    // has ended.
-    void serve(std::function<void()> end);
+    // Time passes from now on, and requests are answered.
+    void serve();
 
     // Gives every display back and writes the settings. False when that failed, the displays have gone or another engine has the bus; the log
     // says why.
@@ -71,6 +72,7 @@ private:
     std::unique_ptr<NPLocalControl> _control;
     std::unique_ptr<NPEngineProfiles> _profiles; // none when they are ruled out
     std::unique_ptr<NPEnginePresence> _presence;
+    std::function<void()> _end;
     NPWatch _signalWatch;
     bool _displaysLost = false;
 };

@@ -81,18 +81,23 @@ bool connectSoon(int descriptor, const Address& address)
     return true;
 }
 
+// An older program sends no token.
 std::optional<NPInstanceRequest> requestFromText(std::string_view text)
 {
-    std::array<std::string, 2> pieces;
-    for (std::string& piece : pieces) {
+    constexpr std::size_t fewestPieces = 2;
+    std::array<std::string, 3> pieces;
+    for (std::size_t index = 0; index < pieces.size(); ++index) {
         const std::size_t end = text.find(separator);
         if (end == std::string_view::npos) {
-            return std::nullopt;
+            if (index < fewestPieces) {
+                return std::nullopt;
+            }
+            break;
         }
-        piece = text.substr(0, end);
+        pieces[index] = text.substr(0, end);
         text.remove_prefix(end + 1);
     }
-    return NPInstanceRequest{pieces[0], pieces[1]};
+    return NPInstanceRequest{pieces[0], pieces[1], pieces[2]};
 }
 
 } // namespace
@@ -174,7 +179,7 @@ NPInstanceAnswer NPInstanceDoor::ask(const NPInstanceRequest& request)
     if (!address || !connectSoon(socket.get(), *address)) {
         return errnoError("it cannot be reached");
     }
-    for (const std::string& piece : {request.word, request.argument}) {
+    for (const std::string& piece : {request.word, request.argument, request.token}) {
         sendAll(socket.get(), piece + separator);
     }
     ::shutdown(socket.get(), SHUT_WR);

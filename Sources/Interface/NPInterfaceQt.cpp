@@ -1,13 +1,11 @@
 #include "Interface/NPInterfaceQt.h"
 
-#include "Foundation/QXLog.h"
+#include "Interface/NPQtPlatform.h"
 
 #include <QIcon>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QSessionManager>
-
-#include <xcb/xcb.h>
 
 // Outside of any namespace, as the macro wants it: a static library's resources are not there by themselves.
 void NPInitInterfaceResources()
@@ -16,23 +14,6 @@ void NPInitInterfaceResources()
 }
 
 namespace {
-
-// Qt keeps references to these. The program's own words are none of Qt's.
-int argumentCount = 1;
-char programName[] = "nightpane";
-char* argumentWords[] = {programName, nullptr};
-
-// Qt ends the program when it finds none.
-bool hasDesktop()
-{
-    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        return true;
-    }
-    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
-    const bool isThere = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return isThere;
-}
 
 QIcon applicationIcon()
 {
@@ -67,13 +48,9 @@ void NPInterfaceQt::_makeApplication()
         return;
     }
     NPInitInterfaceResources();
-    if (!hasDesktop()) {
-        QXLog("There is no desktop to show windows on");
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
     QCoreApplication::setApplicationName(QStringLiteral("nightpane"));
     QGuiApplication::setDesktopFileName(QStringLiteral("nightpane"));
-    _application = std::make_unique<QApplication>(argumentCount, argumentWords);
+    _application = NPMakeQtApplication();
     QGuiApplication::setQuitOnLastWindowClosed(false);
     _installTranslators();
     QGuiApplication::setApplicationDisplayName(QObject::tr("Nightpane"));

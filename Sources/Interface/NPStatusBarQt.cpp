@@ -1,6 +1,8 @@
 #include "Interface/NPStatusBarQt.h"
 
+#include "Foundation/QXLog.h"
 #include "Interface/NPMenuMirror.h"
+#include "Interface/NPQtPlatform.h"
 #include "Interface/NPTrayWatch.h"
 #include "Interface/QXTemplateImage.h"
 
@@ -132,8 +134,10 @@ struct NPStatusBarQt::State {
     std::vector<Item*> items;
     std::unique_ptr<NPTrayWatch> watch;
     bool hasTray = false;
+    bool hasSaidSo = false;
 
     void update();
+    void sayThatNoneIsThere();
 };
 
 class NPStatusBarQt::Item final : public NPStatusItem {
@@ -161,6 +165,7 @@ public:
     {
         if (!_bar->hasTray) {
             _icon = nullptr;
+            _bar->sayThatNoneIsThere();
         } else if (!_image.empty()) {
             if (!_icon) {
                 _icon = std::make_unique<TrayIcon>();
@@ -186,6 +191,15 @@ void NPStatusBarQt::State::update()
     }
 }
 
+// Desktops begin their programs in any order: one may come later.
+void NPStatusBarQt::State::sayThatNoneIsThere()
+{
+    if (watch && !hasSaidSo && NPHasDesktop()) {
+        hasSaidSo = true;
+        QXLog("There is no status area, or not yet: starting Nightpane again opens its window");
+    }
+}
+
 NPStatusBarQt::NPStatusBarQt() : _state(std::make_shared<State>()) {}
 NPStatusBarQt::~NPStatusBarQt() = default;
 
@@ -204,6 +218,7 @@ void NPStatusBarQt::start()
         }
     });
     _state->watch = std::move(watch);
+    _state->update();
 }
 
 void NPStatusBarQt::stop()

@@ -1,5 +1,7 @@
 #include "Interface/NPWindowQt.h"
 
+#include "Interface/NPStartupToken.h"
+
 #include <QEvent>
 
 NPWindowQt::NPWindowQt(QWidget& widget, QXNotificationCenter& notifications)
@@ -27,4 +29,5 @@ void NPBringToFront(QWidget& window)
     window.show();
     window.raise();
     window.activateWindow();
+    NPSpendStartupToken(window);
 }

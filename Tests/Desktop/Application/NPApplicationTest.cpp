@@ -4,7 +4,6 @@
 #include <signal.h>
 
 #include <algorithm>
-#include <fstream>
 
 namespace {
 
@@ -119,46 +118,6 @@ TEST_F(NPApplicationAloneTest, SaysOnceThatTheEngineOfATerminalHasTheDisplays)
     EXPECT_EQ(second.status, 1);
     EXPECT_EQ(std::ranges::count(second.errors, '\n'), 1) << second.errors;
     EXPECT_TRUE(second.errors.starts_with("nightpane: Nightpane is running (process ")) << second.errors;
-}
-
-TEST_F(NPApplicationAloneTest, StartsWithSettingsThatCannotBeRead)
-{
-    std::filesystem::create_directories(folder / "config/nightpane");
-    std::ofstream(settingsFile()) << "no property list";
-    NPTestProgram program = start();
-    EXPECT_NE(windowNamed("Nightpane"), "");
-    EXPECT_EQ(run({"--quit"}).status, 0);
-    EXPECT_EQ(program.wait(), 0);
-    EXPECT_TRUE(program.errors().starts_with("nightpane: Unreadable settings were set aside as "))
-        << program.errors();
-    long kept = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder / "config/nightpane")) {
-        kept += entry.file_size() == 16 ? 1 : 0;
-    }
-    EXPECT_EQ(kept, 1);
-}
-
-TEST_F(NPApplicationAloneTest, StartsWhereNothingCanBeSaved)
-{
-    const NPTestVariable home("HOME", "/proc/nightpane");
-    const NPTestVariable settings("XDG_CONFIG_HOME", "/proc/nightpane");
-    const NPTestProgram program = start();
-    EXPECT_NE(windowNamed("Nightpane"), "");
-    EXPECT_EQ(run({"--toggle"}).status, 0);
-}
-
-TEST_F(NPApplicationAloneTest, RunsWithoutADesktop)
-{
-    for (const std::optional<std::string>& name :
-         {std::optional<std::string>(), std::optional<std::string>(":4321")}) {
-        const NPTestVariable noDisplay("DISPLAY", name);
-        NPTestProgram program = start();
-        EXPECT_EQ(run({}).status, 0);
-        EXPECT_EQ(run({"--quit"}).status, 0);
-        EXPECT_EQ(program.wait(), 0);
-        EXPECT_NE(program.errors().find("nightpane: There is no desktop to show windows on\n"), std::string::npos)
-            << program.errors();
-    }
 }
 
 TEST_F(NPApplicationAloneTest, ShowsSimulatedDisplaysBesideTheInstanceThatRuns)

@@ -1,5 +1,7 @@
 #include "Desktop/Application/NPTestApplication.h"
 
+#include "Foundation/QXPropertyList.h"
+
 #include <algorithm>
 #include <cmath>
 #include <fstream>
@@ -39,6 +41,12 @@ void NPTestApplication::writeSettings(const std::string& entries) const
                                   << entries << "</dict></plist>\n";
 }
 
+QXDictionary NPTestApplication::storedSettings() const
+{
+    const auto value = QXPropertyListFromData(contentOf<QXData>(settingsFile()));
+    return value && value->dictionary() ? *value->dictionary() : QXDictionary();
+}
+
 void NPTestApplication::addNight() const
 {
     const NPTestVariable noBus("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
@@ -69,6 +77,16 @@ std::string NPTestApplication::windowNamed(const std::string& title)
 bool NPTestApplication::isWindowVisible(const std::string& title)
 {
     return !NPTestShell("xdotool search --onlyvisible --name '^" + title + "$'").empty();
+}
+
+std::string NPTestApplication::listedWindows()
+{
+    return NPTestShell("wmctrl -lx | awk '{print $3}'");
+}
+
+std::string NPTestApplication::activeWindow()
+{
+    return NPTestShell("xdotool getactivewindow | tr -d '\\n'");
 }
 
 NPTestGamma NPTestApplication::gamma() const

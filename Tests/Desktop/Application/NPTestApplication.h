@@ -4,6 +4,7 @@
 #include "Desktop/Support/NPTestProgram.h"
 #include "Desktop/Support/NPTestRandR.h"
 #include "Desktop/Support/NPTestXServer.h"
+#include "Foundation/QXValue.h"
 #include "Platform/Linux/NPTestSessionBus.h"
 
 #include <gtest/gtest.h>
@@ -31,12 +32,19 @@ protected:
     // Adds the effect "Night", which dims by 20 %, and has it on at the start.
     void addNight() const;
 
+    // What is in the settings file now; nothing when there is none.
+    QXDictionary storedSettings() const;
+
     // Starts it, and waits until it answers.
     NPTestProgram start(std::vector<std::string> words = {}, const std::string& path = NP_TEST_PROGRAM) const;
 
     // Waits for a window with this title, and answers its X identifier; empty when none comes.
     static std::string windowNamed(const std::string& title);
     static bool isWindowVisible(const std::string& title);
+
+    // The programs with windows that the window manager lists for task bars and window switchers, by class.
+    static std::string listedWindows();
+    static std::string activeWindow(); // its X identifier
 
     NPTestGamma gamma() const;
     std::string settingsFile() const { return folder / "config/nightpane/org.nightpane.Nightpane.plist"; }
