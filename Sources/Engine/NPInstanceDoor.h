@@ -16,7 +16,7 @@
 struct NPInstanceRequest {
     std::string word;
     std::string argument; // the path of a file; empty for most
-    std::string token; // what the desktop gave the start that asks; may be empty
+    std::string token = {}; // what the desktop gave the start that asks
 };
 
 // The error is one line for people.

@@ -22,7 +22,8 @@ protected:
     void open()
     {
         auto opened = NPInstanceDoor::open(loop, [this](const NPInstanceRequest& request) {
-            requests.push_back(request.word + '|' + request.argument);
+            requests.push_back(request.word + '|' + request.argument
+                               + (request.token.empty() ? "" : '|' + request.token));
             return duringRequest ? duringRequest(request) : NPInstanceAnswer();
         });
         ASSERT_TRUE(opened) << opened.error();
@@ -99,7 +100,8 @@ TEST_F(NPInstanceDoorTest, HandsTheRequestOverWhole)
     open();
     EXPECT_TRUE(ask({"show", ""}));
     EXPECT_TRUE(ask({"open", "/home/ä b/line\nbreak.nightpane"}));
-    EXPECT_EQ(requests, (Strings{"show|", "open|/home/ä b/line\nbreak.nightpane"}));
+    EXPECT_TRUE(ask({"show", "", "panel_TIME7"}));
+    EXPECT_EQ(requests, (Strings{"show|", "open|/home/ä b/line\nbreak.nightpane", "show||panel_TIME7"}));
 }
 
 TEST_F(NPInstanceDoorTest, TellsTheVisitorWhatTheHandlerSays)
