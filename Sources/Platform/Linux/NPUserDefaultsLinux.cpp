@@ -6,8 +6,10 @@
 #include <sys/epoll.h>
 #include <sys/inotify.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -111,13 +113,24 @@ void NPUserDefaultsLinux::_watchFolders()
     }
 }
 
-// What has happened is told by the file itself.
+// What has happened is told by the file itself. Other files say nothing about it: somebody may be writing it just now.
 void NPUserDefaultsLinux::_takeEvents()
 {
-    alignas(inotify_event) std::array<char, 4096> events;
-    while (::read(_inotify.get(), events.data(), events.size()) > 0) {
+    const std::array names{_file->path().filename().string(), _file->target().filename().string()};
+    bool isAboutFile = false;
+    std::array<char, 4096> buffer;
+    for (ssize_t size = 0; (size = ::read(_inotify.get(), buffer.data(), buffer.size())) > 0;) {
+        for (const char* next = buffer.data(); next < buffer.data() + size;) {
+            inotify_event event{};
+            std::memcpy(&event, next, sizeof event);
+            const std::string name = event.len > 0 ? next + sizeof event : ""; // none: events have been lost
+            isAboutFile = isAboutFile || name.empty() || std::ranges::find(names, name) != names.end();
+            next += sizeof event + event.len;
+        }
     }
-    readChanges();
+    if (isAboutFile) {
+        readChanges();
+    }
 }
 
 std::optional<QXValue> NPUserDefaultsLinux::objectForKey(std::string_view key) const

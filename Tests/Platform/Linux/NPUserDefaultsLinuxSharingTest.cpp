@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+
 namespace {
 
 class NPUserDefaultsLinuxSharing : public NPUserDefaultsFixture {
@@ -234,6 +236,26 @@ TEST_F(NPUserDefaultsLinuxWatching, NoticesAFileThatIsWrittenInPlace)
     writeSettings({{"level", 22}});
     EXPECT_TRUE(serveUntil([&] { return announcements > 0; }));
     EXPECT_EQ(store.objectForKey("level"), QXValue(22));
+}
+
+TEST_F(NPUserDefaultsLinuxWatching, LeavesAFileThatIsBeingWrittenAloneUntilItIsDone)
+{
+    writeSettings({{"level", 1}, {"ours", 1}});
+    const NPUserDefaultsLinux store(folder, loop, notifications);
+    const QXData changed = QXPropertyListBinaryData(QXDictionary{{"level", 22}, {"ours", 1}}).value();
+    std::ofstream editor(file, std::ios::binary);
+    const auto write = [&](std::size_t begin, std::size_t end) {
+        editor.write(reinterpret_cast<const char*>(changed.data()) + begin, static_cast<long>(end - begin));
+        editor.flush();
+    };
+    write(0, changed.size() / 2);
+    writeFile(folder / "another", std::string("file"));
+    loop.processEvents(50);
+    write(changed.size() / 2, changed.size());
+    editor.close();
+    EXPECT_TRUE(serveUntil([&] { return announcements > 0; }));
+    EXPECT_EQ(store.objectForKey("level"), QXValue(22));
+    EXPECT_TRUE(lines.empty());
 }
 
 TEST_F(NPUserDefaultsLinuxWatching, NoticesChangesBehindASymbolicLink)
