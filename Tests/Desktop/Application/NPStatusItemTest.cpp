@@ -1,9 +1,12 @@
 // The status item in real status areas.
 #include "Desktop/Application/NPTestApplication.h"
 
+#include "Desktop/Application/NPTestPicture.h"
 #include "Desktop/Application/NPTestTrayHost.h"
 
+#include <fstream>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -20,48 +23,111 @@ protected:
     static bool isNightOn() { return runCli({"list"}).output.find("\nNight           on") != std::string::npos; }
 };
 
-class NPStatusItemX11Test : public NPStatusItemTest {
+struct Place {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
+// A status area for X11, in front of a ground of some colour.
+struct Panel {
+    std::string name;
+    std::vector<std::string> command;
+    std::string configuration; // of tint2, which reads it from a file
+};
+
+std::string tint2Configuration(const std::string& colour)
+{
+    return "rounded = 0\nborder_width = 0\nbackground_color = " + colour
+           + " 100\nborder_color = #000000 0\npanel_items = S\npanel_size = 100% 32\npanel_background_id = 1\n"
+             "systray_padding = 4 4 4\nsystray_icon_size = 24\n";
+}
+
+const std::vector<Panel> panels = {
+    {"TrayerLight",
+     {"/usr/bin/trayer", "--edge", "bottom", "--transparent", "true", "--alpha", "0", "--tint", "0xf0f0f0"},
+     ""},
+    {"TrayerDark",
+     {"/usr/bin/trayer", "--edge", "bottom", "--transparent", "true", "--alpha", "0", "--tint", "0x202020"},
+     ""},
+    {"Tint2Light", {"/usr/bin/tint2", "-c"}, tint2Configuration("#f4f4f4")},
+    {"Tint2Dark", {"/usr/bin/tint2", "-c"}, tint2Configuration("#181818")},
+};
+
+class NPStatusItemX11Test : public NPStatusItemTest, public testing::WithParamInterface<Panel> {
 protected:
-    // Waits for the icon; its place on the screen. Throws when none comes.
-    static std::pair<int, int> iconCenter()
+    NPTestProgram startPanel() const
     {
-        std::pair<int, int> center;
-        const bool isShown = NPTestEventually([&] {
-            std::istringstream windows(NPTestShell("xdotool search --onlyvisible --classname nightpane"));
-            for (std::string window; std::getline(windows, window);) {
-                int x = 0;
-                int y = 0;
-                int width = 0;
-                int height = 0;
-                std::istringstream geometry(NPTestShell("eval $(xdotool getwindowgeometry --shell " + window
-                                                        + ") && echo $X $Y $WIDTH $HEIGHT"));
-                if (geometry >> x >> y >> width >> height && width >= 8 && width <= 64 && height <= 64) {
-                    center = {x + width / 2, y + height / 2};
-                    return true;
-                }
+        std::vector<std::string> command = GetParam().command;
+        if (!GetParam().configuration.empty()) {
+            command.push_back(folder / "tint2rc");
+            std::ofstream(command.back()) << GetParam().configuration;
+        }
+        return NPTestProgram(command);
+    }
+
+    // A window of the program that is to be seen, wider than the one and not than the other.
+    static std::optional<Place> windowOfWidth(int least, int most)
+    {
+        std::istringstream windows(NPTestShell("xdotool search --onlyvisible --classname nightpane"));
+        for (std::string window; std::getline(windows, window);) {
+            Place place;
+            std::istringstream geometry(NPTestShell("eval $(xdotool getwindowgeometry --shell " + window
+                                                    + ") && echo $X $Y $WIDTH $HEIGHT"));
+            if (geometry >> place.x >> place.y >> place.width >> place.height && place.width >= least
+                && place.width <= most) {
+                return place;
             }
-            return false;
-        });
-        if (!isShown) {
+        }
+        return std::nullopt;
+    }
+
+    // Waits for the icon. Throws when none comes.
+    static Place icon()
+    {
+        std::optional<Place> place;
+        if (!NPTestEventually([&] { return (place = windowOfWidth(8, 64)).has_value(); })) {
             throw std::runtime_error("no icon is shown");
         }
-        return center;
+        return *place;
     }
 
-    static void click(std::pair<int, int> place)
+    NPTestPicture picture(const Place& place) const
     {
-        NPTestShell("xdotool mousemove " + std::to_string(place.first) + ' ' + std::to_string(place.second)
-                    + " sleep 0.3 click 1");
+        return NPTestPicture::ofScreen(server.displayName(), place.x, place.y, place.width, place.height);
     }
 
-    // The menu is a window of ours that is wider than the icon.
-    static bool isMenuOpen()
+    // Clicks on the icon and waits for the menu. Throws when none opens.
+    static Place openMenu()
     {
-        return NPTestShell(
-                   "for w in $(xdotool search --onlyvisible --classname nightpane); do "
-                   "eval $(xdotool getwindowgeometry --shell $w); [ $WIDTH -gt 100 ] && echo yes; done; true")
-                   .find("yes")
-               != std::string::npos;
+        constexpr int wide = 100;
+        const Place place = icon();
+        NPTestShell("xdotool mousemove " + std::to_string(place.x + place.width / 2) + ' '
+                    + std::to_string(place.y + place.height / 2) + " sleep 0.3 click 1");
+        std::optional<Place> menu;
+        if (!NPTestEventually([&] { return (menu = windowOfWidth(wide, 1000)).has_value(); })) {
+            throw std::runtime_error("no menu opens");
+        }
+        return *menu;
+    }
+
+    // What the menu looks like, once it is drawn. The pointer is on the icon.
+    NPTestPicture drawnMenu() const
+    {
+        const Place menu = openMenu();
+        NPTestPicture last = picture(menu);
+        NPTestEventually([&] {
+            NPTestShell("sleep 0.2");
+            return std::exchange(last, picture(menu)) == last && last.countThatStandOut(64) > 100;
+        });
+        return last;
+    }
+
+    static void chooseNight()
+    {
+        NPTestShell("xdotool key Down Down Down Return"); // past the switch for all and the default effect
+        EXPECT_TRUE(NPTestEventually([] { return !windowOfWidth(100, 1000); }));
     }
 
     NPTestSessionBus bus;
@@ -74,23 +140,42 @@ protected:
 
 } // namespace
 
-TEST_F(NPStatusItemX11Test, OpensItsMenuAndSwitchesAnEffect)
+TEST_P(NPStatusItemX11Test, OpensItsMenuAndTheEffectThatIsChosenChangesWithItsMark)
 {
-    const NPTestProgram tray({"/usr/bin/trayer", "--edge", "bottom", "--width", "20"});
+    const NPTestProgram panel = startPanel();
     const NPTestProgram program = start();
     ASSERT_EQ(gamma(), NPTestDimmedBy20());
-    click(iconCenter());
-    ASSERT_TRUE(NPTestEventually(isMenuOpen));
-    NPTestShell("xdotool key Down Down Down Return"); // past the switch for all and the default effect
+    const NPTestPicture menuWithNight = drawnMenu();
+    chooseNight();
     EXPECT_TRUE(NPTestEventually([&] { return gamma() == NPTestIdentityGamma(); }));
     EXPECT_FALSE(isNightOn());
+    EXPECT_NE(drawnMenu(), menuWithNight); // the mark has gone
+    chooseNight();
+    EXPECT_TRUE(NPTestEventually([&] { return gamma() == NPTestDimmedBy20(); }));
+    EXPECT_EQ(drawnMenu(), menuWithNight);
 }
 
-TEST_F(NPStatusItemX11Test, AppearsInATrayThatComesLater)
+TEST_P(NPStatusItemX11Test, StandsOutFromThePanel)
+{
+    const NPTestProgram panel = startPanel();
+    const NPTestProgram program = start();
+    const Place place = icon();
+    constexpr int strong = 110;
+    constexpr int few = 30; // pixels
+    EXPECT_TRUE(NPTestEventually([&] { return picture(place).countThatStandOut(strong) > few; }));
+    ASSERT_EQ(run({"--toggle"}).status, 0); // the other image
+    NPTestShell("sleep 0.5");
+    EXPECT_TRUE(NPTestEventually([&] { return picture(place).countThatStandOut(strong) > few; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(EachPanel, NPStatusItemX11Test, testing::ValuesIn(panels),
+                         [](const auto& panel) { return panel.param.name; });
+
+TEST_P(NPStatusItemX11Test, AppearsInAStatusAreaThatComesLater)
 {
     const NPTestProgram program = start();
-    const NPTestProgram tray({"/usr/bin/trayer", "--edge", "bottom", "--width", "20"});
-    EXPECT_NO_THROW(iconCenter());
+    const NPTestProgram panel = startPanel();
+    EXPECT_NO_THROW(icon());
 }
 
 TEST_F(NPStatusItemNotifierTest, ShowsTheWholeMenuOverTheBus)
