@@ -50,9 +50,7 @@ std::string texts(const QXDictionary& dictionary, std::string_view key)
 std::string number(const QXDictionary& dictionary, std::string_view key)
 {
     const QXValue* const value = QXDictionaryValue(dictionary, key);
-    return value == nullptr   ? ""
-           : value->integer() ? std::to_string(*value->integer())
-                              : QXDoubleDescription(value->real().value_or(0.0));
+    return value == nullptr ? "" : QXDoubleDescription(value->real().value_or(0.0));
 }
 
 std::string baseText(const QXDictionary& description)

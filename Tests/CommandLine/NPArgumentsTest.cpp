@@ -48,6 +48,27 @@ TEST(NPArguments, HelpAndVersionNeedNoCommand)
     EXPECT_TRUE(NPParseArguments({"--version"})->version);
 }
 
+TEST(NPArguments, ProfilesAreRuledOutForTheEngineAlone)
+{
+    EXPECT_FALSE(NPParseArguments({"run"})->noProfiles);
+    EXPECT_TRUE(NPParseArguments({"run", "--no-profiles"})->noProfiles);
+    EXPECT_EQ(errorOf({"restore", "--no-profiles"}), "restore takes no --no-profiles");
+    EXPECT_EQ(errorOf({"run", "--no-profiles=1"}), "--no-profiles takes no value");
+}
+
+TEST(NPArguments, ProfileOfAScreenMayGoToAFile)
+{
+    const auto arguments = NPParseArguments({"profile", "2", "--out", "screen.icc", "--json"});
+    ASSERT_TRUE(arguments);
+    EXPECT_EQ(arguments->operands, std::vector<std::string>{"2"});
+    EXPECT_EQ(arguments->out, "screen.icc");
+    EXPECT_TRUE(arguments->json);
+    EXPECT_FALSE(NPParseArguments({"profile", "2"})->out);
+    EXPECT_EQ(errorOf({"profile"}), "usage: nightpane-cli profile SCREEN [--out FILE] [--json]");
+    EXPECT_EQ(errorOf({"profile", "2", "--out"}), "--out needs a value");
+    EXPECT_EQ(errorOf({"table", "2", "--out", "screen.icc"}), "table takes no --out");
+}
+
 TEST(NPArguments, MisuseIsSaidInOneLine)
 {
     EXPECT_EQ(errorOf({}), "which command? See --help");
