@@ -14,7 +14,8 @@ public:
     virtual ~NPDeviceProfileServices() = default;
 
     // Has the display use the profile at that file URL, or no custom one. Returns when it does, within 5
-    // seconds in any case. False when it could not be done.
+    // seconds in any case. False when it could not be done. A custom profile that shows the display's own table
+    // is the same as none: the display's own one says as much, and is what other programs know.
     virtual bool setCustomProfile(NPDisplayID display, const std::optional<std::string>& location) = 0;
 };
 

@@ -177,6 +177,18 @@ std::optional<std::string> QXColorProfileCopyBaseURL(const QXColorProfile& profi
     return QXIsAbsoluteURL(text) ? std::optional(std::move(text)) : std::nullopt;
 }
 
+bool QXColorProfileIsCustom(const QXColorProfile& profile)
+{
+    return profile.tag(QXBaseTableTag).has_value();
+}
+
+bool QXColorProfileShowsBaseTable(const QXColorProfile& profile)
+{
+    const auto base = profile.tag(QXBaseTableTag);
+    const auto shown = profile.tag(QXVideoCardGammaTag);
+    return base && shown && std::ranges::equal(*base, *shown);
+}
+
 void QXColorProfileSetBaseURL(QXColorProfile& profile, const std::optional<std::string>& url)
 {
     if (url) {

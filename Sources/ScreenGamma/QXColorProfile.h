@@ -69,6 +69,12 @@ void QXColorProfileSetBaseGammaTable(QXColorProfile& profile, const QXGammaTable
 // where this profile was read from.
 std::optional<std::string> QXColorProfileCopyBaseURL(const QXColorProfile& profile);
 
+// Whether it is a custom profile of ours.
+bool QXColorProfileIsCustom(const QXColorProfile& profile);
+
+// Whether a custom profile of ours shows the display's own table: it then changes nothing.
+bool QXColorProfileShowsBaseTable(const QXColorProfile& profile);
+
 // Sets "NP^u", or removes it for none.
 void QXColorProfileSetBaseURL(QXColorProfile& profile, const std::optional<std::string>& url);
 

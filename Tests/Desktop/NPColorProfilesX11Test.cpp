@@ -251,6 +251,69 @@ TEST_F(NPColorProfilesX11, LaterRunFindsTheTrueTableAndGivesTheOwnProfileBack)
     EXPECT_EQ(randr.bytes("DUMMY0", property), own);
 }
 
+TEST_F(NPColorProfilesX11, BaseTableHoldsWhenTheLocationOfTheOwnProfileHasGone)
+{
+    QXColorProfile custom = profileEndingAt(0.3F, "custom");
+    QXColorProfileSetBaseURL(custom, "file:///gone.icc");
+    QXColorProfileSetBaseGammaTable(custom, scaledTable(0.7F));
+    randr.setOutputProperty("DUMMY0", property, fileOf(custom)); // and nothing else is known
+    open();
+    const NPDisplayProfile found = profileOf("DUMMY0");
+    EXPECT_EQ(found.location, "file:///gone.icc");
+    EXPECT_NEAR(found.baseTable.redTable[255], 0.7F, 1e-4F);
+    EXPECT_TRUE(profiles->setCustomProfile(display("DUMMY0"), found.location));
+    EXPECT_FALSE(randr.bytes("DUMMY0", property));
+    displays->setDisplayTransferTable(display("DUMMY0"), NPTestHalf(found.baseTable));
+    displays->restoreColorSyncSettings();
+    EXPECT_EQ(randr.gamma("DUMMY0"), NPTestGammaOf(found.baseTable));
+}
+
+TEST_F(NPColorProfilesX11, ProfileThatTakesMoreThanOnePartIsWhole)
+{
+    const QXData own = fileOf(colorProfileOf({{"A2B0", QXData(3U << 20, std::uint8_t{0x5A})}}));
+    randr.setOutputProperty("DUMMY0", property, own);
+    const std::string custom = customFile("DUMMY0", 0.3F);
+    ASSERT_TRUE(profiles->setCustomProfile(display("DUMMY0"), custom));
+    EXPECT_EQ(randr.bytes("DUMMY0", property), contentOf<QXData>(*QXPathFromFileURL(custom)));
+    EXPECT_EQ(randr.bytes("DUMMY0", "_NIGHTPANE_ICC_PROFILE"), own);
+    ASSERT_TRUE(profiles->setCustomProfile(display("DUMMY0"), std::nullopt));
+    EXPECT_EQ(randr.bytes("DUMMY0", property), own);
+}
+
+TEST_F(NPColorProfilesX11, RemnantOfACustomProfileIsReplacedByWhatStoodThere)
+{
+    const QXData own = fileOf(profileEndingAt(0.7F, "own"));
+    randr.setOutputProperty("DUMMY0", property, own);
+    const std::string custom = customFile("DUMMY0", 0.3F);
+    ASSERT_TRUE(profiles->setCustomProfile(display("DUMMY0"), custom));
+    QXData remnant = contentOf<QXData>(*QXPathFromFileURL(custom));
+    remnant.resize(remnant.size() / 2);
+    for (const bool isSetAgain : {false, true}) {
+        randr.setOutputProperty("DUMMY0", property, remnant);
+        if (isSetAgain) {
+            ASSERT_TRUE(profiles->setCustomProfile(display("DUMMY0"), custom));
+        }
+        ASSERT_TRUE(profiles->setCustomProfile(display("DUMMY0"), std::nullopt));
+        EXPECT_EQ(randr.bytes("DUMMY0", property), own);
+        ASSERT_TRUE(profiles->setCustomProfile(display("DUMMY0"), custom));
+    }
+}
+
+TEST_F(NPColorProfilesX11, ServerThatGoesOnTakesProfilesAgain)
+{
+    const QXData own = fileOf(profileEndingAt(0.7F, "own"));
+    randr.setOutputProperty("DUMMY0", property, own);
+    const std::string custom = customFile("DUMMY0", 0.3F);
+    start();
+    server.suspend();
+    EXPECT_FALSE(profiles->setCustomProfile(display("DUMMY0"), custom));
+    server.resume();
+    EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return profiles->setCustomProfile(display("DUMMY0"), custom); }));
+    EXPECT_EQ(randr.bytes("DUMMY0", property), contentOf<QXData>(*QXPathFromFileURL(custom)));
+    ASSERT_TRUE(profiles->setCustomProfile(display("DUMMY0"), std::nullopt));
+    EXPECT_EQ(randr.bytes("DUMMY0", property), own);
+}
+
 TEST_F(NPColorProfilesX11, UnknownDisplayAndUnreadableFileChangeNothing)
 {
     EXPECT_FALSE(profiles->setCustomProfile(4711, std::nullopt));
@@ -331,6 +394,18 @@ TEST_F(NPColorProfilesX11Changes, FormerProfileThatSomebodyPutsBackIsNoticed)
     settle();
     randr.setOutputProperty("DUMMY0", property, own);
     EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return changes.size() == 3; }));
+    EXPECT_EQ(changes.back(), "DUMMY0");
+}
+
+TEST_F(NPColorProfilesX11Changes, ProfileThatIsNotThereYetAsAWholeIsNoNews)
+{
+    QXData part = fileOf(profileEndingAt(0.7F, "own"));
+    part.resize(part.size() / 2);
+    randr.setOutputProperty("DUMMY0", property, part);
+    settle();
+    EXPECT_EQ(changes, std::vector<std::string>{"DUMMY2"});
+    randr.setOutputProperty("DUMMY0", property, fileOf(profileEndingAt(0.7F, "own")));
+    EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return changes.size() == 2; }));
     EXPECT_EQ(changes.back(), "DUMMY0");
 }
 

@@ -172,14 +172,35 @@ TEST_F(NPColorServiceTest, SwitchingOffBringsTheFormerProfileAndTableBack)
     end(engine);
 }
 
-TEST_F(NPColorServiceTest, DeactivatedEffectLeavesTheOwnTable)
+TEST_F(NPColorServiceTest, DeactivatingBringsTheFormerProfileAndTableBack)
 {
     startService();
     NPTestProgram engine = startWithNight();
     run({"deactivate", "Night", "--fade", "none"});
+    EXPECT_TRUE(eventuallyUses("test_own"));
     EXPECT_TRUE(eventuallyShows(0.8F));
+    run({"activate", "Night", "--fade", "none"});
+    EXPECT_TRUE(eventuallyUses("nightpane"));
+    EXPECT_TRUE(eventuallyShows(0.4F));
     end(engine);
     EXPECT_TRUE(eventuallyUses("test_own"));
+}
+
+TEST_F(NPColorServiceTest, DeactivatingOnOneDisplayBringsItsProfileBackAlone)
+{
+    startService();
+    NPTestProgram engine = startWithNight();
+    run({"set", "Night", "screens=1,3"});
+    run({"new", "Day", "dim=50%", "screens=2"});
+    run({"activate", "Day", "--fade", "none"});
+    run({"deactivate", "Day", "--fade", "none"});
+    EXPECT_TRUE(NPTestEventually([&] { return service.profiles("DUMMY1").starts_with("test_own"); }));
+    EXPECT_TRUE(isAlmost(randr.gamma("DUMMY1"), NPTestGammaOf(scaledTable(0.8F))));
+    for (const std::string connector : {"DUMMY0", "DUMMY2"}) {
+        EXPECT_TRUE(service.profiles(connector).starts_with("nightpane"));
+        EXPECT_TRUE(isAlmost(randr.gamma(connector), NPTestGammaOf(scaledTable(0.4F))));
+    }
+    end(engine);
 }
 
 TEST_F(NPColorServiceTest, QuittingGivesEveryDisplayItsProfileAndLeavesNoFile)

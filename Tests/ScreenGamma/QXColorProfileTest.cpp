@@ -364,6 +364,39 @@ TEST(QXColorProfile, YieldsTheTrueTableAndLocationAgainAfterManyRounds)
     }
 }
 
+TEST(QXColorProfile, IsACustomOneWithAPrivateTable)
+{
+    QXColorProfile profile = colorProfileOf({{"vcgt", smallTag(65535, 13107, 0)}});
+    EXPECT_FALSE(QXColorProfileIsCustom(profile));
+    QXColorProfileSetBaseURL(profile, "file:///true.icc");
+    EXPECT_FALSE(QXColorProfileIsCustom(profile));
+    QXColorProfileSetBaseGammaTable(profile, QXGammaTableIdentity());
+    EXPECT_TRUE(QXColorProfileIsCustom(profile));
+}
+
+TEST(QXColorProfile, ShowsTheBaseTableWhenTheCustomOneIsTheSameToTheLastBit)
+{
+    QXColorProfile profile = colorProfileOf({{"vcgt", smallTag(65535, 13107, 0)}});
+    EXPECT_FALSE(QXColorProfileShowsBaseTable(profile));
+    QXGammaTable table = QXColorProfileGetGammaTable(profile);
+    QXColorProfileSetBaseGammaTable(profile, table);
+    QXColorProfileSetGammaTable(profile, table);
+    EXPECT_TRUE(QXColorProfileShowsBaseTable(profile));
+    table.greenTable[0] += 1.0F / 65535.0F;
+    QXColorProfileSetGammaTable(profile, table);
+    EXPECT_FALSE(QXColorProfileShowsBaseTable(profile));
+}
+
+TEST(QXColorProfile, ShowsTheBaseTableAlsoWhenThatHadToBeClamped)
+{
+    QXColorProfile profile = colorProfileOf({});
+    QXGammaTable table = flatTable(1.25F, -0.25F, 0.3F);
+    QXColorProfileSetBaseGammaTable(profile, table);
+    QXGammaTableClamp(table); // as whoever shows it does
+    QXColorProfileSetGammaTable(profile, table);
+    EXPECT_TRUE(QXColorProfileShowsBaseTable(profile));
+}
+
 TEST(QXColorProfile, RefusesWhatIsNoProfile)
 {
     EXPECT_EQ(QXColorProfile::profileWithData(bytesOf("text")).error(),

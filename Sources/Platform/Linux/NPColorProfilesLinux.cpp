@@ -21,22 +21,30 @@ std::optional<QXData> fileContent(const std::optional<std::string>& location)
     return content ? std::optional(std::move(*content)) : std::nullopt;
 }
 
-// On a connection of its own: it is done apart from the main thread.
-bool setProfileInServer(const NPProfileAddressX11& address, const QXData& profile, bool isCustom)
+// What a display is to use.
+struct Wish {
+    std::optional<std::string> customPath; // the custom profile's file; none for the display's own profile
+    QXData content;                        // of that profile; empty when the display's own one is no file
+};
+
+Wish wishForLocation(const std::optional<std::string>& location)
 {
-    auto connection = NPConnectionX11::open(address.displayName);
-    if (!connection) {
-        return false;
+    QXData content = fileContent(location).value_or(QXData());
+    const auto profile = QXColorProfile::profileWithData(content);
+    if (!profile || !QXColorProfileIsCustom(*profile)) {
+        return {std::nullopt, std::move(content)};
     }
-    NPProfilePropertiesX11 properties(*connection);
-    return isCustom ? properties.setCustomProfile(address.place, profile)
-                    : properties.restoreProfile(address.place, profile);
+    if (QXColorProfileShowsBaseTable(*profile)) {
+        return {std::nullopt, fileContent(QXColorProfileCopyBaseURL(*profile)).value_or(QXData())};
+    }
+    return {QXPathFromFileURL(*location), std::move(content)};
 }
 
 } // namespace
 
-NPColorProfilesLinux::NPColorProfilesLinux(NPDisplayServicesX11& displays, NPMainQueue& mainQueue)
-    : _displays(displays), _mainQueue(mainQueue)
+NPColorProfilesLinux::NPColorProfilesLinux(NPDisplayServicesX11& displays, NPMainQueue& mainQueue,
+                                           std::vector<std::string> moduleFolders)
+    : _displays(displays), _mainQueue(mainQueue), _moduleFolders(std::move(moduleFolders))
 {
     _changesInServer = _displays.registerProfileCallback([this](NPDisplayID display) {
         const auto address = _address(display);
@@ -54,6 +62,11 @@ void NPColorProfilesLinux::start(std::function<void()> ready)
     _isStarted = true;
     _ready = std::move(ready);
     _displays.watchRootProfiles();
+    // A server that stops answering lets nobody in either, and that wait would have no end.
+    {
+        const std::lock_guard lock(_serverMutex);
+        _openServer(_displays.serverName());
+    }
     const std::optional<std::string> bus = NPSystemBusAddress();
     if (!bus) {
         QXLog(withoutService + std::string("there is no system bus"));
@@ -67,7 +80,7 @@ void NPColorProfilesLinux::start(std::function<void()> ready)
             }
         });
     };
-    auto service = NPOpenColorService({*bus, [](std::string_view line) { QXLog(line); }, news});
+    auto service = NPOpenColorService({*bus, [](std::string_view line) { QXLog(line); }, news}, _moduleFolders);
     if (!service) {
         QXLog(withoutService + service.error());
         _becomeReady();
@@ -149,19 +162,32 @@ bool NPColorProfilesLinux::setCustomProfile(NPDisplayID display, const std::opti
     if (!address) {
         return false;
     }
-    const QXData content = fileContent(location).value_or(QXData());
-    const bool isCustom = NPIsCustomProfile(content);
+    const Wish wish = wishForLocation(location);
     NPColorService* service = nullptr;
     {
         const std::lock_guard lock(_mutex);
         service = _service.get();
     }
     if (service != nullptr) {
-        const auto path = isCustom ? QXPathFromFileURL(*location) : std::nullopt;
-        const NPColorServiceOutcome outcome = service->setCustomProfile(address->connector, path);
+        const NPColorServiceOutcome outcome = service->setCustomProfile(address->connector, wish.customPath);
         if (outcome != NPColorServiceOutcome::notManaged) {
             return outcome == NPColorServiceOutcome::done;
         }
     }
-    return setProfileInServer(*address, content, isCustom);
+    const std::lock_guard lock(_serverMutex);
+    if (!_openServer(address->displayName)) {
+        return false;
+    }
+    _server->connection.dropEvents();
+    return wish.customPath ? _server->properties.setCustomProfile(address->place, wish.content)
+                           : _server->properties.restoreProfile(address->place, wish.content);
+}
+
+bool NPColorProfilesLinux::_openServer(const std::string& displayName)
+{
+    if (!_server || _server->connection.isLost()) {
+        auto connection = NPConnectionX11::open(displayName);
+        _server = connection ? std::make_unique<Server>(std::move(*connection)) : nullptr;
+    }
+    return _server != nullptr;
 }

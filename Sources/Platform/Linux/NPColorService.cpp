@@ -4,9 +4,10 @@
 
 #include <utility>
 
-std::expected<std::unique_ptr<NPColorService>, std::string> NPOpenColorService(NPColorServiceRequest request)
+std::expected<std::unique_ptr<NPColorService>, std::string>
+NPOpenColorService(NPColorServiceRequest request, const std::vector<std::string>& moduleFolders)
 {
-    const auto entry = NPLoadModule(NPModuleFolders(), "nightpane-dbus.so", NPColorServiceEntryName);
+    const auto entry = NPLoadModule(moduleFolders, "nightpane-dbus.so", NPColorServiceEntryName);
     if (!entry) {
         return std::unexpected(entry.error());
     }

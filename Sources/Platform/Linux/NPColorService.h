@@ -52,5 +52,6 @@ struct NPColorServiceRequest {
 using NPColorServiceEntry = void (*)(NPColorServiceRequest request, std::unique_ptr<NPColorService>& result);
 inline constexpr const char* NPColorServiceEntryName = "NPStartColorService";
 
-// Loads the module. The error is one line.
-std::expected<std::unique_ptr<NPColorService>, std::string> NPOpenColorService(NPColorServiceRequest request);
+// Loads the module from one of the folders. The error is one line.
+std::expected<std::unique_ptr<NPColorService>, std::string>
+NPOpenColorService(NPColorServiceRequest request, const std::vector<std::string>& moduleFolders);

@@ -115,6 +115,14 @@ void* NPConnectionX11::_waitForReply(unsigned int sequence)
     return reply;
 }
 
+// Late answers are read with the events, after which nothing is left to show that the server responds again.
+void NPConnectionX11::dropEvents()
+{
+    isResponding();
+    while (const NPContentX11<xcb_generic_event_t> event{xcb_poll_for_event(handle())}) {
+    }
+}
+
 bool NPConnectionX11::synchronize()
 {
     // The smallest question that there is.

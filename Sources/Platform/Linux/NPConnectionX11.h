@@ -61,6 +61,9 @@ public:
     // How many waits have had no answer, so that one can tell afterwards whether one of several had none.
     unsigned int unansweredCount() const { return _unansweredCount; }
 
+    // Drops what the server has said without being asked, for users who want none of it: some is sent to everybody.
+    void dropEvents();
+
     // To be called when something has come from the server.
     void noticeActivity() { _isResponding = true; }
 

@@ -3,7 +3,8 @@
 //
 // It is started before anything else and holds the displays' own tables, which it is told before they are
 // changed. When this process ends without a goodbye, the kernel closes the channel between the two, and the
-// guard writes the tables back over a connection of its own. It keeps nothing else of this process: no
+// guard writes the tables back over a connection of its own, and the profiles that stood in the server before custom
+// ones of ours. It keeps nothing else of this process: no
 // terminal, no working folder, no descriptor but standard error. It does not end by the signals that end a
 // session or a service; it ends with this process.
 //

@@ -70,6 +70,14 @@ std::optional<NPDisplayOwnerX11> NPFindDisplayOwnerX11(const std::string& displa
     return describedOwner(*connection, reply->owner, processName);
 }
 
+bool NPHasDisplayOwnerX11(NPConnectionX11& connection)
+{
+    const xcb_atom_t selection = connection.atomReply(connection.requestAtom(selectionName(connection)));
+    const auto request = xcb_get_selection_owner(connection.handle(), selection);
+    const auto reply = connection.reply<xcb_get_selection_owner_reply_t>(request.sequence);
+    return !reply || reply->owner != XCB_WINDOW_NONE;
+}
+
 NPDisplayClaimX11::NPDisplayClaimX11(NPConnectionX11& connection, xcb_window_t window)
     : _connection(connection), _window(window),
       _selectionRequest(connection.requestAtom(selectionName(connection))),

@@ -23,6 +23,9 @@ std::string NPDisplayOwnerText(const NPDisplayOwnerX11& owner);
 // there is no such server or it does not respond.
 std::optional<NPDisplayOwnerX11> NPFindDisplayOwnerX11(const std::string& displayName);
 
+// Whether somebody drives the displays of the connection's X screen. Yes when the server does not respond.
+bool NPHasDisplayOwnerX11(NPConnectionX11& connection);
+
 // Makes a connection the owner while its displays are being opened. Its questions travel with those of others, so
 // that nothing has to be awaited for them alone.
 class NPDisplayClaimX11 {

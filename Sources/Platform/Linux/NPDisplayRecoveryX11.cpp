@@ -1,7 +1,9 @@
 #include "Platform/Linux/NPDisplayRecoveryX11.h"
 
 #include "Platform/Linux/NPConnectionX11.h"
+#include "Platform/Linux/NPDisplayOwnerX11.h"
 #include "Platform/Linux/NPLayoutX11.h"
+#include "Platform/Linux/NPProfilePropertiesX11.h"
 
 #include <xcb/randr.h>
 
@@ -17,17 +19,19 @@ public:
     {
     }
 
-    void run();
+    // False when the server did not take it all.
+    bool run();
 
 private:
     void _endOwnersConnection();
+    bool _restoreProfiles();
     void _recover(xcb_randr_crtc_t crtc, xcb_atom_t recordName, const NPHardwareTable& base);
 
     NPConnectionX11& _connection;
     const NPDisplayRecoveryX11& _recovery;
 };
 
-void Recovery::run()
+bool Recovery::run()
 {
     xcb_connection_t* const handle = _connection.handle();
     std::vector<unsigned int> nameRequests;
@@ -53,7 +57,21 @@ void Recovery::run()
         }
         ++name;
     }
+    const bool isDone = NPHasDisplayOwnerX11(_connection) || _restoreProfiles();
     xcb_ungrab_server(handle);
+    return isDone;
+}
+
+// Custom profiles that stand in the server. An owner that has come meanwhile would find its own taken away.
+bool Recovery::_restoreProfiles()
+{
+    const auto request = xcb_randr_get_screen_resources_current(_connection.handle(), _connection.root());
+    const auto resources = _connection.reply<xcb_randr_get_screen_resources_current_reply_t>(request.sequence);
+    if (!resources) {
+        return false;
+    }
+    const xcb_randr_output_t* const outputs = xcb_randr_get_screen_resources_current_outputs(resources.get());
+    return NPProfilePropertiesX11(_connection).restoreProfiles({outputs, outputs + resources->num_outputs});
 }
 
 // What the owner wrote last may still lie unread in its socket, and must not be carried out after our tables.
@@ -100,7 +118,7 @@ bool NPRecoverDisplaysX11(const NPDisplayRecoveryX11& recovery)
     if (!connection) {
         return true; // no server, no displays
     }
-    Recovery(*connection, recovery).run();
-    const bool isDone = connection->synchronize() && connection->unansweredCount() == 0;
+    const bool isTaken = Recovery(*connection, recovery).run();
+    const bool isDone = connection->synchronize() && connection->unansweredCount() == 0 && isTaken;
     return isDone || connection->isLost();
 }

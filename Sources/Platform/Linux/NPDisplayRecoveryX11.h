@@ -18,8 +18,9 @@ struct NPDisplayRecoveryX11 {
 // The name of the window that marks an owner's connection to the server.
 std::string NPOwnerWindowNameX11(std::uint64_t owner);
 
-// Writes the tables back and deletes their records, on a connection of its own; waits until the server has
-// done so. Leaves CRTCs alone that have no record by this owner: they have their own table again, or another
-// run of the program has taken them over. False when the server stopped responding on the way: it is then
+// Writes the tables back and deletes their records, and puts back the profiles in the server that custom ones have
+// replaced, on a connection of its own; waits until the server has done so. Leaves CRTCs alone that have no record
+// by this owner: they have their own table again, or another run of the program has taken them over. Leaves the
+// profiles alone while anybody drives the displays. False when the server stopped responding on the way: it is then
 // worth another try.
 bool NPRecoverDisplaysX11(const NPDisplayRecoveryX11& recovery);

@@ -3,6 +3,7 @@
 #include "Foundation/QXLog.h"
 #include "Platform/Linux/NPDisplayOwnerX11.h"
 #include "Platform/Linux/NPDisplayRecoveryX11.h"
+#include "ScreenGamma/QXColorProfile.h"
 
 #include <sys/epoll.h>
 #include <sys/random.h>
@@ -271,7 +272,14 @@ void NPDisplayServerX11::watchRootProfiles()
     xcb_flush(_connection.handle());
 }
 
-// A custom profile of ours is no news; that another one takes its place is.
+// A custom profile of ours is no news; that another one takes its place is. What is none, or not yet because it is
+// written in parts, is none either.
+bool NPDisplayServerX11::_isNews(const QXData& profile)
+{
+    const auto parsed = QXColorProfile::profileWithData(profile);
+    return parsed ? !QXColorProfileIsCustom(*parsed) : profile.empty();
+}
+
 void NPDisplayServerX11::_lookAtProfiles()
 {
     _profilesMayHaveChanged = false;
@@ -283,7 +291,7 @@ void NPDisplayServerX11::_lookAtProfiles()
         }
         const std::size_t former = seen->second;
         const QXData content = profile(display);
-        if (hashOf(content) != former && !NPIsCustomProfile(content)) {
+        if (hashOf(content) != former && _isNews(content)) {
             changed.push_back(display.identifier);
         }
     }

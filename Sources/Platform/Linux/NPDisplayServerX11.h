@@ -60,6 +60,7 @@ private:
     void _adopt(const NPLayoutX11& layout);
     void _tellChanges(const std::vector<NPDisplayChangeX11>& changes);
     void _tellLoss();
+    static bool _isNews(const QXData& profile);
     void _lookAtProfiles();
 
     NPConnectionX11 _connection;

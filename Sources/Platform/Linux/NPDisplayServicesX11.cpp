@@ -188,6 +188,11 @@ NPDisplaySubscription NPDisplayServicesX11::registerProfileCallback(NPDisplayPro
     return kept;
 }
 
+const std::string& NPDisplayServicesX11::serverName() const
+{
+    return _server->name();
+}
+
 std::optional<NPProfileAddressX11> NPDisplayServicesX11::profileAddress(NPDisplayID display) const
 {
     const NPDisplayX11* const found = onlineDisplay(*_server, display);

@@ -78,6 +78,8 @@ public:
     // shown so far.
     NPDisplayProfile adoptDisplayProfile(NPDisplayID display, QXColorProfile profile);
 
+    const std::string& serverName() const; // the name of its display
+
     // Where profiles of the display are looked for; none when it is not online.
     std::optional<NPProfileAddressX11> profileAddress(NPDisplayID display) const;
 

@@ -1,5 +1,7 @@
 #include "Platform/Simulated/NPSimulatedProfiles.h"
 
+#include "ScreenGamma/QXColorProfile.h"
+
 namespace {
 
 std::string outcome(std::string action, bool isDone)
@@ -14,7 +16,35 @@ bool NPSimulatedProfiles::setCustomProfile(NPDisplayID display, const std::optio
     const std::lock_guard gate(_deviceGate);
     const bool isAccepted = devicesAccept;
     _log.add(outcome("use " + std::to_string(display) + ' ' + location.value_or("none"), isAccepted));
+    if (isAccepted) {
+        const std::lock_guard lock(_mutex);
+        _customProfiles.erase(display);
+        if (location && _isCustomProfile(*location)) {
+            _customProfiles.emplace(display, *location);
+        }
+    }
     return isAccepted;
+}
+
+// One that shows the display's own table is the same as none.
+bool NPSimulatedProfiles::_isCustomProfile(const std::string& url) const
+{
+    const auto found = _files.find(url);
+    const auto profile = QXColorProfile::profileWithData(found == _files.end() ? QXData() : found->second);
+    return profile && QXColorProfileIsCustom(*profile) && !QXColorProfileShowsBaseTable(*profile);
+}
+
+std::optional<std::string> NPSimulatedProfiles::customProfile(NPDisplayID display) const
+{
+    const std::lock_guard lock(_mutex);
+    const auto found = _customProfiles.find(display);
+    return found == _customProfiles.end() ? std::nullopt : std::optional(found->second);
+}
+
+void NPSimulatedProfiles::forgetCustomProfile(NPDisplayID display)
+{
+    const std::lock_guard lock(_mutex);
+    _customProfiles.erase(display);
 }
 
 std::optional<std::string> NPSimulatedProfiles::cachesFolder() const

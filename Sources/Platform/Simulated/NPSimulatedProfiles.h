@@ -25,6 +25,12 @@ public:
     // The content of a file; none when it is not there.
     std::optional<QXData> file(const std::string& url) const;
 
+    // Where the custom profile lies that the display uses; none when it uses its own.
+    std::optional<std::string> customProfile(NPDisplayID display) const;
+
+    // Somebody else has given the display another profile.
+    void forgetCustomProfile(NPDisplayID display);
+
     // While false, the operation fails.
     std::atomic<bool> devicesAccept = true;
     std::atomic<bool> foldersCanBeMade = true;
@@ -37,6 +43,9 @@ public:
 private:
     NPActionLog& _log;
     std::mutex _deviceGate;
-    mutable std::mutex _mutex; // guards the files
+    bool _isCustomProfile(const std::string& url) const;
+
+    mutable std::mutex _mutex; // guards what follows
     std::map<std::string, QXData> _files;
+    std::map<NPDisplayID, std::string> _customProfiles;
 };

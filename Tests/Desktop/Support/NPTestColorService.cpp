@@ -104,3 +104,13 @@ std::string NPTestColorService::profiles(const std::string& connector) const
     }
     return names;
 }
+
+std::string NPTestColorService::fileInUse(const std::string& connector) const
+{
+    const std::string all = profiles(connector);
+    const std::string first = all.substr(0, all.find(' '));
+    const auto said =
+        words(answer(std::string(manager) + "/profiles/" + first, "org.freedesktop.DBus.Properties.Get",
+                     {"string:org.freedesktop.ColorManager.Profile", "string:Filename"}));
+    return said.empty() ? "" : said.back();
+}

@@ -27,6 +27,9 @@ public:
     // their names.
     std::string profiles(const std::string& connector) const;
 
+    // The file of the one in use; empty when there is none.
+    std::string fileInUse(const std::string& connector) const;
+
 private:
     std::string _device(const std::string& connector) const;
 
