@@ -30,7 +30,10 @@ QColor blended(const QColor& first, float fraction, const QColor& second)
 
 } // namespace
 
-QXAboutBoxBackground::QXAboutBoxBackground(QWidget* parent) : QWidget(parent) {}
+QXAboutBoxBackground::QXAboutBoxBackground(QWidget* parent) : QWidget(parent)
+{
+    setAttribute(Qt::WA_OpaquePaintEvent, isOpaque());
+}
 
 bool QXAboutBoxBackground::isDark() const
 {
@@ -56,7 +59,8 @@ void QXAboutBoxBackground::paintEvent(QPaintEvent* event)
 void QXAboutBoxBackground::changeEvent(QEvent* event)
 {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange) {
+    if (event->type() == QEvent::ActivationChange || event->type() == QEvent::PaletteChange) {
+        setAttribute(Qt::WA_OpaquePaintEvent, isOpaque());
         update();
     }
 }

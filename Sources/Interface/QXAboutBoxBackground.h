@@ -12,6 +12,9 @@ public:
     // Whether the desktop's colours are light on dark.
     bool isDark() const;
 
+    // Whether it covers what is below it: not in the dark, where it lets the window's own colour through.
+    bool isOpaque() const { return !isDark(); }
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;

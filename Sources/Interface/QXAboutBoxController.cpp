@@ -8,8 +8,12 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QScrollBar>
+#include <QShortcut>
+#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocumentFragment>
+#include <QTextFrame>
+
 namespace {
 
 constexpr int iconSide = 96;
@@ -41,6 +45,25 @@ void replace(QTextDocument& document, const QXAboutBoxReplacement& replacement)
     }
 }
 
+// In the view's own colour from now on, so that it follows the desktop into the dark and back.
+void removeColors(QTextDocument& document)
+{
+    QList<std::pair<QTextCursor, QTextCharFormat>> parts; // first of all: setting one moves the others
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto part = block.begin(); !part.atEnd(); ++part) {
+            QTextCursor cursor(&document);
+            cursor.setPosition(part.fragment().position());
+            cursor.setPosition(part.fragment().position() + part.fragment().length(), QTextCursor::KeepAnchor);
+            QTextCharFormat format = part.fragment().charFormat();
+            format.clearForeground();
+            parts += {cursor, format};
+        }
+    }
+    for (auto& [cursor, format] : parts) {
+        cursor.setCharFormat(format);
+    }
+}
+
 } // namespace
 
 QXAboutBoxController::QXAboutBoxController(const NPBundle& bundle, QXNotificationCenter& notifications)
@@ -59,14 +82,35 @@ void QXAboutBoxController::_load()
     _interface->iconView->setPixmap(
         QGuiApplication::windowIcon().pixmap(QSize(iconSide, iconSide), _view->devicePixelRatioF()));
     _interface->iconView->setAttribute(Qt::WA_TransparentForMouseEvents); // a press on it moves the window
-    // The ground shows through the text, which runs from edge to edge.
-    QTextBrowser& text = textView();
+    // The ground shows through the text.
+    QTextBrowser& text = *_interface->textView;
     text.viewport()->setAutoFillBackground(false);
-    QPalette clear = text.palette();
+    QPalette clear;
     clear.setColor(QPalette::Base, Qt::transparent);
     text.setPalette(clear);
-    text.document()->setDocumentMargin(24.0);
+    _runTextFromEdgeToEdge();
     updateText();
+    for (const QKeySequence::StandardKey key : {QKeySequence::Close, QKeySequence::Cancel}) {
+        QObject::connect(new QShortcut(key, _view.get()), &QShortcut::activated, _view.get(), &QWidget::close);
+    }
+}
+
+// What scrolls goes as far as the window does, above, below and on the right; the text itself keeps its place, by
+// insets as wide as the margins were.
+void QXAboutBoxController::_runTextFromEdgeToEdge()
+{
+    _view->layout()->activate();
+    const QRect frame = _interface->textView->geometry();
+    const QRect content = _view->rect();
+    const int rightMargin = content.right() - frame.right();
+    const int topMargin = frame.top() - content.top();
+    const auto inset = static_cast<int>(_interface->textView->document()->documentMargin());
+    _textInset = QSize(inset + rightMargin, inset + topMargin);
+    QMargins margins = _interface->columns->contentsMargins();
+    margins.setRight(0);
+    _interface->columns->setContentsMargins(margins);
+    _interface->columns->setSpacing(_interface->columns->spacing() - rightMargin);
+    _interface->textColumn->setContentsMargins(0, 0, 0, 0);
 }
 
 std::shared_ptr<NPWindow> QXAboutBoxController::window()
@@ -95,12 +139,13 @@ void QXAboutBoxController::updateText()
          QXAboutBoxReplacements(document.toPlainText().toStdU16String(), _bundle)) {
         replace(document, replacement);
     }
-    // In the desktop's own colour, so that it follows a dark one.
-    QTextCursor all(&document);
-    all.select(QTextCursor::Document);
-    QTextCharFormat color;
-    color.setForeground(view.palette().brush(QPalette::WindowText));
-    all.mergeCharFormat(color);
+    removeColors(document);
+    QTextFrameFormat frame = document.rootFrame()->frameFormat();
+    frame.setLeftMargin(_textInset.width());
+    frame.setRightMargin(_textInset.width());
+    frame.setTopMargin(_textInset.height());
+    frame.setBottomMargin(_textInset.height());
+    document.rootFrame()->setFrameFormat(frame);
     view.moveCursor(QTextCursor::Start);
 }
 
@@ -108,8 +153,6 @@ void QXAboutBoxController::showWindow()
 {
     window();
     if (!_view->isVisible()) {
-        _view->adjustSize();
-        _view->resize(_view->size().expandedTo(QSize(420, 480)));
         textView().verticalScrollBar()->setValue(0);
         const QScreen* const screen = _view->screen();
         _view->move(screen->availableGeometry().center() - _view->rect().center());

@@ -8,6 +8,7 @@
 #include "Platform/NPBundle.h"
 #include "Platform/NPWindows.h"
 
+#include <QSize>
 #include <QString>
 
 #include <memory>
@@ -39,11 +40,13 @@ public:
 
 private:
     void _load();
+    void _runTextFromEdgeToEdge();
 
     const NPBundle& _bundle;
     QXNotificationCenter& _notifications;
     std::unique_ptr<Ui::QXAboutBox> _interface;
     std::unique_ptr<QXAboutBoxBackground> _view;
     std::shared_ptr<NPWindowQt> _window;
+    QSize _textInset;
     QString _templateText; // HTML; taken the first time that the text is built
 };

@@ -9,9 +9,13 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QLabel>
+#include <QScreen>
 #include <QScrollBar>
+#include <QTest>
 #include <QTextBrowser>
 #include <QTextCursor>
+#include <QTextFrame>
 
 namespace {
 
@@ -73,7 +77,6 @@ TEST_F(QXAboutBoxControllerTest, SetsTheNameInBoldAndTheVersionPlainInTheTemplat
 
 TEST_F(QXAboutBoxControllerTest, KeepsTheFormOfTheCredits)
 {
-    EXPECT_EQ(formatOf("Somebody").foreground().color(), QApplication::palette().color(QPalette::WindowText));
     QTextCursor last = controller.textView().document()->find("Somebody", static_cast<int>(text().size()) - 9);
     EXPECT_EQ(last.charFormat().fontWeight(), QFont::Bold);
 }
@@ -92,6 +95,97 @@ TEST_F(QXAboutBoxControllerTest, MakesTheWindowWhenItIsFirstNeeded)
     controller.showWindow();
     EXPECT_TRUE(controller.isWindowLoaded());
     EXPECT_TRUE(controller.window()->isVisible());
+}
+
+TEST_F(QXAboutBoxControllerTest, ShowsAllTextInTheDesktopsColorAlsoWhenThatChanges)
+{
+    bundle.resources["Credits.html"] =
+        "<p style=\"color: #123456\">Red <a href=\"https://x.example\">link</a></p>";
+    for (const char* const word : {"Nightpane", "Version", "Red", "link"}) {
+        EXPECT_FALSE(formatOf(word).hasProperty(QTextFormat::ForegroundBrush)) << word;
+    }
+    controller.showWindow();
+    const QPalette light = QApplication::palette();
+    QPalette dark(QColor(0x20, 0x20, 0x20));
+    QApplication::setPalette(dark);
+    QApplication::processEvents();
+    EXPECT_EQ(controller.textView().palette().color(QPalette::Text), dark.color(QPalette::Text));
+    EXPECT_EQ(controller.textView().palette().color(QPalette::Base).alpha(), 0);
+    QApplication::setPalette(light);
+}
+
+TEST_F(QXAboutBoxControllerTest, RunsTheTextFromEdgeToEdgeAndLeavesItInItsPlace)
+{
+    controller.showWindow();
+    QApplication::processEvents();
+    QTextBrowser& view = controller.textView();
+    const QWidget& window = *view.window();
+    const QRect frame(view.mapTo(&window, QPoint()), view.size());
+    EXPECT_EQ(frame.top(), 0);
+    EXPECT_EQ(frame.bottom(), window.rect().bottom());
+    EXPECT_EQ(frame.right(), window.rect().right());
+    // As far from the top as the icon, and as far from the icon as from the right.
+    const auto* const icon = window.findChild<QLabel*>("iconView");
+    const QRect first = view.cursorRect(QTextCursor(view.document()));
+    EXPECT_NEAR(view.mapTo(&window, first.topLeft()).y(), icon->mapTo(&window, QPoint()).y(), 6);
+    EXPECT_GE(view.mapTo(&window, first.topLeft()).x(), icon->mapTo(&window, icon->rect().topRight()).x() + 20);
+    EXPECT_EQ(view.document()->rootFrame()->frameFormat().rightMargin(), 20 + view.document()->documentMargin());
+}
+
+TEST_F(QXAboutBoxControllerTest, CentersTheWindowThatComesUp)
+{
+    controller.showWindow();
+    const QWidget& window = *controller.textView().window();
+    const QPoint center = window.screen()->availableGeometry().center();
+    EXPECT_NEAR(window.frameGeometry().center().x(), center.x(), 2);
+    EXPECT_NEAR(window.frameGeometry().center().y(), center.y(), 2);
+}
+
+TEST_F(QXAboutBoxControllerTest, ScrollsAWindowThatComesUpAgainToTheTop)
+{
+    for (int line = 0; line < 100; ++line) {
+        bundle.resources["Credits.html"] += "<p>Somebody else</p>";
+    }
+    controller.showWindow();
+    QApplication::processEvents();
+    QScrollBar& bar = *controller.textView().verticalScrollBar();
+    bar.setValue(100);
+    ASSERT_EQ(bar.value(), 100);
+    controller.textView().window()->close();
+    controller.showWindow();
+    EXPECT_EQ(bar.value(), 0);
+}
+
+TEST_F(QXAboutBoxControllerTest, StaysWhereItIsScrolledWhenScrollBarsLookOtherwise)
+{
+    for (int line = 0; line < 100; ++line) {
+        bundle.resources["Credits.html"] += "<p>Somebody else</p>";
+    }
+    controller.showWindow();
+    QApplication::processEvents();
+    controller.textView().verticalScrollBar()->setValue(100);
+    QApplication::setStyle(QStringLiteral("Windows"));
+    QApplication::processEvents();
+    EXPECT_EQ(controller.textView().verticalScrollBar()->value(), 100);
+    QApplication::setStyle(QStringLiteral("Fusion"));
+}
+
+TEST_F(QXAboutBoxControllerTest, APressOnTheIconIsOneOnTheGroundWhichMovesTheWindow)
+{
+    controller.showWindow();
+    QApplication::processEvents();
+    const QWidget& window = *controller.textView().window();
+    const auto* const icon = window.findChild<QLabel*>("iconView");
+    const QPoint center = icon->mapTo(&window, icon->rect().center());
+    EXPECT_EQ(window.childAt(center), nullptr);
+}
+
+TEST_F(QXAboutBoxControllerTest, EscapeClosesTheWindow)
+{
+    controller.showWindow();
+    QApplication::setActiveWindow(controller.textView().window());
+    QTest::keyClick(&controller.textView(), Qt::Key_Escape);
+    EXPECT_FALSE(controller.window()->isVisible());
 }
 
 TEST_F(QXAboutBoxControllerTest, LeavesAVisibleWindowWhereItIs)
@@ -136,4 +230,26 @@ TEST_F(QXAboutBoxControllerTest, DrawsTheTintFromWhiteWhileActive)
     const QImage inactive = background.grab().toImage();
     EXPECT_NEAR(inactive.pixelColor(20, 0).green(), (0.81 * 0.7 + 0.3) * 255, 2);
     EXPECT_EQ(inactive.pixelColor(20, 0), inactive.pixelColor(20, 399));
+    EXPECT_TRUE(background.isOpaque());
+}
+
+TEST_F(QXAboutBoxControllerTest, LetsTheDarkThroughTheTintAndDrawsNothingWhileInactive)
+{
+    QXAboutBoxSetBackgroundTint({0.8, 0.8, 0.8, 1.0});
+    QXAboutBoxBackground background;
+    QPalette dark(QColor(0x20, 0x20, 0x20));
+    background.setPalette(dark);
+    EXPECT_TRUE(background.isDark());
+    EXPECT_FALSE(background.isOpaque());
+    background.resize(40, 400);
+    background.show();
+    QApplication::setActiveWindow(&background);
+    ASSERT_TRUE(background.isActiveWindow());
+    const QImage active = background.grab().toImage();
+    EXPECT_NEAR(active.pixelColor(20, 0).green(), (0.4 * 0.5 + 0.125 * 0.5) * 255, 3);
+    EXPECT_NEAR(active.pixelColor(20, 399).green(), 0x20, 2);
+    QApplication::setActiveWindow(nullptr);
+    const QImage inactive = background.grab().toImage();
+    EXPECT_EQ(inactive.pixelColor(20, 0), QColor(0x20, 0x20, 0x20));
+    EXPECT_EQ(inactive.pixelColor(20, 399), QColor(0x20, 0x20, 0x20));
 }
