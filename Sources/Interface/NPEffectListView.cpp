@@ -1,5 +1,6 @@
 #include "Interface/NPEffectListView.h"
 
+#include "Interface/NPMenuMirror.h"
 #include "Interface/NPShortcutText.h"
 
 #include <QHeaderView>
@@ -82,6 +83,8 @@ void NPEffectListView::_updateRow(QTreeWidgetItem& row, const NPMenuItem& item)
                                   : Qt::ItemIsSelectable);
     row.setText(nameColumn, QString::fromStdString(item.title()));
     row.setCheckState(nameColumn, checkState(item.state()));
+    row.setData(nameColumn, Qt::AccessibleDescriptionRole,
+                item.state() == NPMenuItemState::mixed ? NPMixedStateText() : QString());
     row.setText(keysColumn, NPShortcutText(item.keyEquivalent(), item.keyEquivalentModifierMask()));
 }
 

@@ -1,5 +1,6 @@
 #include "Interface/NPInterfaceQt.h"
 
+#include "Interface/NPAccessibleMenuItem.h"
 #include "Interface/NPQtPlatform.h"
 
 #include <QIcon>
@@ -53,6 +54,7 @@ void NPInterfaceQt::_makeApplication()
     _application = NPMakeQtApplication();
     QGuiApplication::setQuitOnLastWindowClosed(false);
     _installTranslators();
+    NPInstallMenuAccessibility();
     QGuiApplication::setApplicationDisplayName(QObject::tr("Nightpane"));
     QGuiApplication::setWindowIcon(applicationIcon());
     QObject::connect(_application.get(), &QGuiApplication::saveStateRequest, [](QSessionManager& manager) {

@@ -1,5 +1,7 @@
 #include "Interface/NPMenuMirror.h"
 
+#include "Foundation/QXString.h"
+#include "Interface/NPAccessibleMenuItem.h"
 #include "Interface/NPShortcutText.h"
 
 #include <QIconEngine>
@@ -70,6 +72,11 @@ bool hasState(const NPMenuItem& item)
 QIcon NPMixedStateIcon(const QWidget& menu)
 {
     return QIcon(new DashEngine(menu.palette().color(QPalette::WindowText)));
+}
+
+QString NPMixedStateText()
+{
+    return QString::fromStdString(QXLocalizedString("On for some of its screens"));
 }
 
 NPMenuMirror::NPMenuMirror(std::shared_ptr<NPMenu> menu, QWidget& widget)
@@ -167,6 +174,7 @@ void NPMenuMirror::_updateEntry(std::size_t index, const std::shared_ptr<NPMenuI
     const bool isMixed = item->state() == NPMenuItemState::mixed;
     action.setCheckable(hasState(*item) && !isMixed);
     action.setChecked(item->state() == NPMenuItemState::on);
+    NPSetMixedState(action, isMixed ? NPMixedStateText() : QString());
     if (action.icon().isNull() == isMixed) {
         action.setIcon(isMixed ? NPMixedStateIcon(_widget) : QIcon());
         action.setIconVisibleInMenu(isMixed);

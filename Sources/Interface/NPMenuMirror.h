@@ -45,3 +45,6 @@ private:
 
 // What marks an item that is on for a part of what it stands for: a dash in the colour of the menu's text.
 QIcon NPMixedStateIcon(const QWidget& menu);
+
+// What the dash means, for those who cannot see it.
+QString NPMixedStateText();
