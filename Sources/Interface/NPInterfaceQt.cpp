@@ -2,6 +2,7 @@
 
 #include "Interface/NPAccessibleMenuItem.h"
 #include "Interface/NPQtPlatform.h"
+#include "Interface/QXContrastStyle.h"
 
 #include <QIcon>
 #include <QLibraryInfo>
@@ -55,6 +56,7 @@ void NPInterfaceQt::_makeApplication()
     QGuiApplication::setQuitOnLastWindowClosed(false);
     _installTranslators();
     NPInstallMenuAccessibility();
+    QXContrastStyle::install();
     QGuiApplication::setApplicationDisplayName(QObject::tr("Nightpane"));
     QGuiApplication::setWindowIcon(applicationIcon());
     QObject::connect(_application.get(), &QGuiApplication::saveStateRequest, [](QSessionManager& manager) {

@@ -3,6 +3,7 @@
 #include "Foundation/QXSharedScope.h"
 #include "Interface/NPWindowQt.h"
 #include "Interface/QXAboutBoxBackground.h"
+#include "Interface/QXContrastStyle.h"
 #include "Platform/Simulated/NPSimulatedDesktop.h"
 #include "Shell/QXAboutBoxText.h"
 
@@ -168,6 +169,7 @@ TEST_F(QXAboutBoxControllerTest, StaysWhereItIsScrolledWhenScrollBarsLookOtherwi
     QApplication::processEvents();
     EXPECT_EQ(controller.textView().verticalScrollBar()->value(), 100);
     QApplication::setStyle(QStringLiteral("Fusion"));
+    QXContrastStyle::install();
 }
 
 TEST_F(QXAboutBoxControllerTest, APressOnTheIconIsOneOnTheGroundWhichMovesTheWindow)
