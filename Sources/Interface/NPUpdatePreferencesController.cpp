@@ -101,7 +101,7 @@ void NPUpdatePreferencesController::_updateLastCheck()
     }
     const double unixSeconds = date->timeIntervalSinceReferenceDate + QXUnixEpochToReferenceDate;
     const QString when =
-        QLocale().toString(QDateTime::fromSecsSinceEpoch(static_cast<qint64>(unixSeconds)), QLocale::LongFormat);
+        QLocale().toString(QDateTime::fromSecsSinceEpoch(static_cast<qint64>(unixSeconds)), QLocale::ShortFormat);
     const std::string format = QXLocalizedString("Last check: %@", "QXWebStoreUpdate");
     _interface->lastCheck->setText(QString::fromStdString(QXFormat(format, {when.toStdString()})));
 }
