@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr int indentWidth = 3; // spaces for each level: styles know no indentation
+constexpr int indentWidth = 3;        // spaces for each level: styles know no indentation
+constexpr int mostCharacters = 60; // of average width; longer names would push the keys off the screen
 
 class DashEngine final : public QIconEngine {
 public:
@@ -49,11 +50,13 @@ private:
 };
 
 // An ampersand marks a key in Qt, and is a character of the names here.
-QString shownTitle(const NPMenuItem& item)
+QString shownTitle(const NPMenuItem& item, const QFontMetrics& metrics)
 {
-    QString title = QString(item.indentationLevel() * indentWidth, QLatin1Char(' '));
-    title += QString::fromStdString(item.title()).replace(QLatin1Char('&'), QLatin1String("&&"));
-    title.replace(QLatin1Char('\t'), QLatin1Char(' ')); // a tab would begin the column of the keys
+    QString name = QString::fromStdString(item.title());
+    name.replace(QLatin1Char('\t'), QLatin1Char(' ')); // a tab would begin the column of the keys
+    name = metrics.elidedText(name, Qt::ElideMiddle, mostCharacters * metrics.averageCharWidth());
+    name.replace(QLatin1Char('&'), QLatin1String("&&"));
+    QString title = QString(item.indentationLevel() * indentWidth, QLatin1Char(' ')) + name;
     if (NPShortcutKeys(item.keyEquivalent(), item.keyEquivalentModifierMask()).isEmpty()) {
         const QString keys = NPShortcutText(item.keyEquivalent(), item.keyEquivalentModifierMask());
         title += keys.isEmpty() ? QString() : QLatin1Char('\t') + keys;
@@ -165,7 +168,7 @@ void NPMenuMirror::_updateEntry(std::size_t index, const std::shared_ptr<NPMenuI
     if (item->isSeparatorItem()) {
         return;
     }
-    action.setText(shownTitle(*item));
+    action.setText(shownTitle(*item, _widget.fontMetrics()));
     action.setEnabled(item->isEnabled());
     const QKeySequence keys = NPShortcutKeys(item->keyEquivalent(), item->keyEquivalentModifierMask());
     if (action.shortcut() != keys) {

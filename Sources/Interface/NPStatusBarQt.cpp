@@ -6,6 +6,7 @@
 #include "Interface/NPTrayWatch.h"
 #include "Interface/QXTemplateImage.h"
 
+#include <QCursor>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
@@ -108,16 +109,22 @@ private:
         _draw();
     }
 
-    // StatusNotifier hosts open it themselves when they can; the others leave a click to us.
+    // StatusNotifier hosts open it themselves at a click with the other button; some leave this one to us, and do not
+    // tell where the icon is. Wayland places no menu that belongs to no window.
     void _openMenu()
     {
-        if (_menu && !_menu->isVisible() && !_icon.geometry().isEmpty()) {
-            const QRect icon = _icon.geometry();
-            const QScreen* const screen = QGuiApplication::screenAt(icon.center());
-            const bool isBelowMiddle = screen != nullptr && icon.center().y() > screen->geometry().center().y();
-            const int height = _menu->sizeHint().height();
-            _menu->popup(isBelowMiddle ? icon.topLeft() - QPoint(0, height) : icon.bottomLeft());
+        const QRect icon = _icon.geometry();
+        const bool isPlaced = !icon.isEmpty();
+        const bool canFollowPointer = qGuiApp->nativeInterface<QNativeInterface::QX11Application>() != nullptr;
+        if (!_menu || _menu->isVisible() || (!isPlaced && !canFollowPointer)) {
+            return;
         }
+        const QPoint place = isPlaced ? icon.center() : QCursor::pos();
+        const QScreen* const screen = QGuiApplication::screenAt(place);
+        const bool isBelowMiddle = screen != nullptr && place.y() > screen->geometry().center().y();
+        const QPoint top = isPlaced ? icon.topLeft() : place;
+        const QPoint bottom = isPlaced ? icon.bottomLeft() : place;
+        _menu->popup(isBelowMiddle ? top - QPoint(0, _menu->sizeHint().height()) : bottom);
     }
 
     std::unique_ptr<QMenu> _menu;

@@ -2,7 +2,7 @@
 //
 // Items may be made before there is a Qt application: they are remembered, and shown from start() on, as soon as the
 // desktop has a status area. Their images are drawn in a colour that stands out from the panel. An X11 tray shows
-// what it looks like; for others the desktop's colour scheme is a guess, and a faint contour helps where it is wrong.
+// what it looks like; for others the desktop's colour scheme is a guess, and a contour helps where it is wrong.
 #pragma once
 
 #include "Platform/NPStatusBar.h"

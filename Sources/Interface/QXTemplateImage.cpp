@@ -6,11 +6,17 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
 
-constexpr float contourStrength = 0.45F;
+// Panels may take a large image and make it smaller: the contour has to be wide enough to survive that.
+int contourWidth(const QSize& size)
+{
+    constexpr int sidesPerWidth = 20;
+    return std::max(1, std::min(size.width(), size.height()) / sidesPerWidth);
+}
 
 class TemplateEngine final : public QIconEngine {
 public:
@@ -54,7 +60,8 @@ private:
         const int side = std::min(size.width(), size.height());
         QRectF square((size.width() - side) / 2, (size.height() - side) / 2, side, side);
         if (_hasContour) {
-            square.adjust(1.0, 1.0, -1.0, -1.0);
+            const double width = contourWidth(size);
+            square.adjust(width, width, -width, -width);
         }
         QPainter painter(&image);
         _drawing->render(&painter, square);
@@ -65,11 +72,13 @@ private:
 
     void _drawContour(QPainter& painter, const QSize& size) const
     {
-        QColor color = QXInkOnGround(_ink);
-        color.setAlphaF(contourStrength);
-        const QImage shadow = _filled(size, color);
-        for (const QPoint offset : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)}) {
-            painter.drawImage(offset, shadow);
+        const QImage shadow = _filled(size, QXInkOnGround(_ink));
+        // Edges seldom lie on whole pixels; together, all directions cover what each of them covers in part.
+        const int width = contourWidth(size);
+        for (int x = -width; x <= width; ++x) {
+            for (int y = -width; y <= width; ++y) {
+                painter.drawImage(x, y, shadow);
+            }
         }
     }
 

@@ -9,6 +9,6 @@
 // The colour of what stands on a ground of that colour: near black or near white.
 QColor QXInkOnGround(const QColor& ground);
 
-// The image of a name ("NPStatusTemplate"), in that colour. A contour in the opposite colour, faint and one pixel
-// wide, keeps it visible where the ground is not known. Null when there is no such image.
+// The image of a name ("NPStatusTemplate"), in that colour. A thin contour in the opposite colour keeps it visible
+// where the ground is not known. Null when there is no such image.
 QIcon QXTemplateIcon(const QString& name, const QColor& ink, bool hasContour);

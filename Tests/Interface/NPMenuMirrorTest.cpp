@@ -179,6 +179,17 @@ TEST_F(NPMenuMirrorTest, ShowsAmpersandsAndTabsAsTheyAreNamed)
     EXPECT_EQ(shown.actions()[0]->text(), "Salt && Pepper Ctrl+Q");
 }
 
+// The keys beside it have to stay on the screen.
+TEST_F(NPMenuMirrorTest, ShortensTheMiddleOfALongName)
+{
+    menu->items()[0]->setTitle(std::string(300, 'W') + " & end");
+    turn();
+    const QString text = texts(shown).first();
+    EXPECT_LT(shown.sizeHint().width(), 1000);
+    EXPECT_TRUE(text.startsWith(QStringLiteral("WW")) && text.endsWith(QStringLiteral(" && end")))
+        << text.toStdString();
+}
+
 TEST_F(NPMenuMirrorTest, ChoosesTheItem)
 {
     const auto target = std::make_shared<Target>();

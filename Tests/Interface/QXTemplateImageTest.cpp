@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QPainter>
+
 namespace {
 
 // How many pixels of an image are the colour, about, and hardly transparent.
@@ -12,6 +14,22 @@ int pixelsOf(const QImage& image, const QColor& color)
         for (int x = 0; x < image.width(); ++x) {
             const QColor pixel = image.pixelColor(x, y);
             count += pixel.alpha() > 200 && qAbs(qGray(pixel.rgb()) - qGray(color.rgb())) < 16 ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+// How many pixels are much lighter or darker than a ground that the image is laid on.
+int pixelsThatStandOut(const QPixmap& pixmap, const QColor& ground)
+{
+    constexpr int strong = 110;
+    QImage image(pixmap.size(), QImage::Format_RGB32);
+    image.fill(ground);
+    QPainter(&image).drawPixmap(0, 0, pixmap);
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            count += qAbs(qGray(image.pixel(x, y)) - qGray(ground.rgb())) > strong ? 1 : 0;
         }
     }
     return count;
@@ -45,15 +63,25 @@ TEST(QXTemplateImage, TellsOnFromOff)
     EXPECT_GT(pixelsOf(on, Qt::black), pixelsOf(off, Qt::black) + 50);
 }
 
-TEST(QXTemplateImage, HasAContourOfTheOppositeColour)
+// The panels of StatusNotifier hosts have a colour that nobody tells.
+TEST(QXTemplateImage, WithItsContourStandsOutFromAnyGround)
 {
-    const QImage image = QXTemplateIcon("NPStatusActiveTemplate", Qt::white, true).pixmap(32, 32).toImage();
-    bool hasDark = false;
-    for (int x = 0; x < 32; ++x) {
-        const QColor pixel = image.pixelColor(x, 16);
-        hasDark = hasDark || (pixel.alpha() > 40 && qGray(pixel.rgb()) < 80);
+    for (const char* const name : {"NPStatusActiveTemplate", "NPStatusTemplate"}) {
+        for (const QColor& ink : {QXInkOnGround(Qt::black), QXInkOnGround(Qt::white)}) {
+            for (const int side : {16, 20, 22, 24, 32, 48}) {
+                const QIcon icon = QXTemplateIcon(QString::fromLatin1(name), ink, true);
+                // Panels may scale a large one down.
+                const QPixmap image = side == 20 ? icon.pixmap(64, 64).scaled(20, 20, Qt::IgnoreAspectRatio,
+                                                                              Qt::SmoothTransformation)
+                                                 : icon.pixmap(side, side);
+                for (const QColor& ground : {QColor(0x20, 0x20, 0x20), QColor(0xf4, 0xf4, 0xf4)}) {
+                    EXPECT_GT(pixelsThatStandOut(image, ground), 3 * side)
+                        << name << " in " << ink.name().toStdString() << " on " << ground.name().toStdString()
+                        << " of " << side;
+                }
+            }
+        }
     }
-    EXPECT_TRUE(hasDark);
 }
 
 TEST(QXTemplateImage, IsNullForAnotherName)

@@ -4,6 +4,8 @@
 #include "Desktop/Application/NPTestPicture.h"
 #include "Desktop/Application/NPTestTrayHost.h"
 
+#include <signal.h>
+
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -11,6 +13,13 @@
 namespace {
 
 constexpr const char* withStatusItem = "<key>ShowStatusItem</key><integer>1</integer>";
+
+struct Place {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
 
 class NPStatusItemTest : public NPTestApplication {
 protected:
@@ -20,14 +29,23 @@ protected:
         addNight();
     }
 
-    static bool isNightOn() { return runCli({"list"}).output.find("\nNight           on") != std::string::npos; }
-};
+    // A window of the program that is to be seen, wider than the one and not than the other.
+    static std::optional<Place> windowOfWidth(int least, int most)
+    {
+        std::istringstream windows(NPTestShell("xdotool search --onlyvisible --classname nightpane"));
+        for (std::string window; std::getline(windows, window);) {
+            Place place;
+            std::istringstream geometry(NPTestShell("eval $(xdotool getwindowgeometry --shell " + window
+                                                    + ") && echo $X $Y $WIDTH $HEIGHT"));
+            if (geometry >> place.x >> place.y >> place.width >> place.height && place.width >= least
+                && place.width <= most) {
+                return place;
+            }
+        }
+        return std::nullopt;
+    }
 
-struct Place {
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
+    static bool isNightOn() { return runCli({"list"}).output.find("\nNight           on") != std::string::npos; }
 };
 
 // A status area for X11, in front of a ground of some colour.
@@ -65,22 +83,6 @@ protected:
             std::ofstream(command.back()) << GetParam().configuration;
         }
         return NPTestProgram(command);
-    }
-
-    // A window of the program that is to be seen, wider than the one and not than the other.
-    static std::optional<Place> windowOfWidth(int least, int most)
-    {
-        std::istringstream windows(NPTestShell("xdotool search --onlyvisible --classname nightpane"));
-        for (std::string window; std::getline(windows, window);) {
-            Place place;
-            std::istringstream geometry(NPTestShell("eval $(xdotool getwindowgeometry --shell " + window
-                                                    + ") && echo $X $Y $WIDTH $HEIGHT"));
-            if (geometry >> place.x >> place.y >> place.width >> place.height && place.width >= least
-                && place.width <= most) {
-                return place;
-            }
-        }
-        return std::nullopt;
     }
 
     // Waits for the icon. Throws when none comes.
@@ -171,11 +173,18 @@ TEST_P(NPStatusItemX11Test, StandsOutFromThePanel)
 INSTANTIATE_TEST_SUITE_P(EachPanel, NPStatusItemX11Test, testing::ValuesIn(panels),
                          [](const auto& panel) { return panel.param.name; });
 
-TEST_P(NPStatusItemX11Test, AppearsInAStatusAreaThatComesLater)
+TEST_P(NPStatusItemX11Test, AppearsInAStatusAreaThatComesLaterAndAgainInTheNext)
 {
     const NPTestProgram program = start();
+    {
+        NPTestProgram panel = startPanel();
+        EXPECT_NO_THROW(icon());
+        panel.signal(SIGTERM);
+        panel.wait();
+        EXPECT_TRUE(NPTestEventually([] { return !windowOfWidth(8, 64); }));
+    }
     const NPTestProgram panel = startPanel();
-    EXPECT_NO_THROW(icon());
+    EXPECT_NO_THROW(openMenu());
 }
 
 TEST_F(NPStatusItemNotifierTest, ShowsTheWholeMenuOverTheBus)
@@ -226,6 +235,29 @@ TEST_F(NPStatusItemNotifierTest, AppearsAtAHostThatComesLater)
     const NPTestProgram program = start();
     NPTestTrayHost host(bus.address());
     EXPECT_TRUE(NPTestEventually([&] { return host.hasItem(); }));
+}
+
+// Some hosts open the menu at a click with the second button alone.
+TEST_F(NPStatusItemNotifierTest, OpensItsMenuByItselfAtAClick)
+{
+    NPTestTrayHost host(bus.address());
+    const NPTestProgram program = start();
+    ASSERT_TRUE(NPTestEventually([&] { return host.hasItem(); }));
+    host.activate();
+    EXPECT_TRUE(NPTestEventually([] { return windowOfWidth(100, 1000).has_value(); }));
+    NPTestShell("xdotool key Down Down Down Return");
+    EXPECT_TRUE(NPTestEventually([&] { return gamma() == NPTestIdentityGamma(); }));
+}
+
+TEST_F(NPStatusItemNotifierTest, ComesBackWhenTheHostWasStartedAnew)
+{
+    auto host = std::make_unique<NPTestTrayHost>(bus.address());
+    const NPTestProgram program = start();
+    ASSERT_TRUE(NPTestEventually([&] { return host->hasItem(); }));
+    host = nullptr;
+    host = std::make_unique<NPTestTrayHost>(bus.address());
+    EXPECT_TRUE(NPTestEventually([&] { return host->hasItem(); }));
+    EXPECT_TRUE(host->menu().at(3).isOn);
 }
 
 TEST_F(NPStatusItemNotifierTest, QuitsByItsMenu)

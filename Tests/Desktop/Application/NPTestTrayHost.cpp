@@ -71,13 +71,23 @@ bool NPTestTrayHost::hasItem() const
     return !_service.empty();
 }
 
+std::string NPTestTrayHost::_itemService() const
+{
+    const std::lock_guard lock(_mutex);
+    return _service;
+}
+
+void NPTestTrayHost::activate() const
+{
+    sdbus::createProxy(*_caller, _itemService(), "/StatusNotifierItem")
+        ->callMethod("Activate")
+        .onInterface("org.kde.StatusNotifierItem")
+        .withArguments(std::int32_t{0}, std::int32_t{0});
+}
+
 std::unique_ptr<sdbus::IProxy> NPTestTrayHost::_menuProxy() const
 {
-    std::string service;
-    {
-        const std::lock_guard lock(_mutex);
-        service = _service;
-    }
+    const std::string service = _itemService();
     const auto item = sdbus::createProxy(*_caller, service, "/StatusNotifierItem");
     const sdbus::Variant path = item->getProperty("Menu").onInterface("org.kde.StatusNotifierItem");
     return sdbus::createProxy(*_caller, service, path.get<sdbus::ObjectPath>());

@@ -26,6 +26,9 @@ public:
 
     bool hasItem() const;
 
+    // As at a click with the first button.
+    void activate() const;
+
     // The visible items of the first item's menu, without those of submenus.
     std::vector<MenuItem> menu() const;
 
@@ -33,6 +36,7 @@ public:
     void choose(const std::string& label) const;
 
 private:
+    std::string _itemService() const;
     std::unique_ptr<sdbus::IProxy> _menuProxy() const;
 
     std::unique_ptr<sdbus::IConnection> _connection;
