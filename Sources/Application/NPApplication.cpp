@@ -94,14 +94,23 @@ private:
             _openDoor();
         }
         _interface.start();
-        const bool isFirstRun = sharedEffectManager()->createdFirstEffectOnInitialization();
-        if (isFirstRun || options.action == NPProgramAction::preferences) {
+        if (_beginsWithItsWindow(options)) {
             _engine->controller()->openPreferences();
         }
         if (!options.file.empty()) {
             _openEffectFile(options.file);
         }
         NPEndStartup(_startupToken);
+    }
+
+    // Whoever starts it from a menu of the desktop wants to see something; sessions start their programs without a
+    // token.
+    bool _beginsWithItsWindow(const NPProgramOptions& options) const
+    {
+        const bool isFirstRun = sharedEffectManager()->createdFirstEffectOnInitialization();
+        const bool hasStatusItem = _engine->session().platform().defaults.integerForKey(NPShowStatusItemKey) == 1;
+        const bool isPersonsStart = options.action == NPProgramAction::run && !_startupToken.empty();
+        return isFirstRun || options.action == NPProgramAction::preferences || (isPersonsStart && !hasStatusItem);
     }
 
     void _sayWhatIsMissing()

@@ -101,6 +101,19 @@ TEST_F(NPApplicationAloneTest, AnEffectFileIsHandedToTheInstanceThatRuns)
     EXPECT_NE(effects.find("\nNight ", first + 1), std::string::npos) << effects;
 }
 
+TEST_F(NPApplicationAloneTest, AnEffectFileMayComeWithTheFirstStart)
+{
+    addNight();
+    const std::string file = folder / "Night.nightpane-effect";
+    ASSERT_EQ(runCli({"export", "Night", file}).status, 0);
+    NPTestProgram program = start({file});
+    EXPECT_NE(windowNamed("Nightpane"), "");
+    EXPECT_EQ(run({"--quit"}).status, 0);
+    ASSERT_EQ(program.wait(), 0);
+    const std::string effects = runCli({"list"}).output;
+    EXPECT_NE(effects.find("\nNight ", effects.find("\nNight ") + 1), std::string::npos) << effects;
+}
+
 TEST_F(NPApplicationAloneTest, WhatIsNoEffectFileIsShownInAnAlert)
 {
     addNight();

@@ -109,6 +109,21 @@ TEST_F(NPProcessModeTest, TheLauncherEntryReopensTheWindow)
     EXPECT_TRUE(NPTestEventually(isListed));
 }
 
+// Without an icon, nothing else would show that a click in the desktop's menu has started it.
+TEST_F(NPProcessModeTest, AStartFromTheDesktopOpensTheWindow)
+{
+    const NPTestVariable token("DESKTOP_STARTUP_ID", "panel_TIME1");
+    const NPTestProgram program = start();
+    EXPECT_NE(windowNamed("Nightpane"), "");
+}
+
+TEST_F(NPProcessModeTest, AStartBySomethingElseOpensNone)
+{
+    const NPTestProgram program = start();
+    EXPECT_EQ(run({"--toggle"}).status, 0); // it answers: it has begun
+    EXPECT_FALSE(isWindowVisible("Nightpane"));
+}
+
 TEST_F(NPProcessModeTest, TheLauncherEntrysActionsWork)
 {
     NPTestProgram program = start();
@@ -152,7 +167,7 @@ TEST_F(NPProcessModeTest, ASecondStartHandsOnWhatTheDesktopGaveIt)
 }
 
 // Else the desktop would show that it waits for a window.
-TEST_F(NPProcessModeTest, AStartWithoutAWindowIsOverForTheDesktop)
+TEST_F(NPStatusItemOnlyTest, AStartWithoutAWindowIsOverForTheDesktop)
 {
     NPTestRootMessages messages(server.displayName());
     const NPTestVariable token("DESKTOP_STARTUP_ID", "panel_TIME1");
