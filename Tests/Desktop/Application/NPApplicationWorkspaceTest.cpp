@@ -126,6 +126,20 @@ TEST_F(NPApplicationEditedTest, StepsAsideForTheScreenSaverThatItIsToldOf)
     EXPECT_EQ(settings().at("EffectActive"), QXValue(true));
 }
 
+TEST_F(NPApplicationEditedTest, BringsItsTablesBackWhenAnotherApplicationEnds)
+{
+    const NPTestProgram program = start();
+    ASSERT_TRUE(NPTestEventually([&] { return isDimmed(); }));
+    loseTable(); // as a game does
+    EXPECT_TRUE(NPTestEventually([&] { // one after the other: nobody says from when on it watches
+        NPTestProgram other({"/usr/bin/xterm", "-title", "Another"});
+        windowNamed("Another");
+        other.signal(SIGTERM);
+        other.wait();
+        return NPTestEventually([&] { return isDimmed(); }, std::chrono::seconds(2));
+    }));
+}
+
 TEST_F(NPApplicationEditedTest, SettingsThatAnotherProgramReplacesTakeEffect)
 {
     const NPTestProgram program = start();

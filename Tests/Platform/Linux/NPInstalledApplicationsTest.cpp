@@ -103,6 +103,21 @@ TEST(NPApplicationPath, IsTheProgramsOwnFileWhereItIsNotInstalled)
     EXPECT_FALSE(path.contains("/Applications/")) << path;
 }
 
+// The rule for a reliable place looks for this folder's name.
+TEST(NPApplicationPath, IsInAnApplicationsFolderWhereItIsInstalledWithItsEntry)
+{
+    const NPTemporaryFolder folder;
+    const std::filesystem::path entry =
+        (folder.path() / "bin" / NP_TEST_ENTRY_PATH / "nightpane.desktop").lexically_normal();
+    std::filesystem::create_directories(folder / "bin");
+    std::filesystem::copy_file(NP_TEST_CONTROL_CLIENT, folder / "bin/client");
+    const auto path = [&] { return NPTestOutputOf({folder / "bin/client", "path"}); };
+    EXPECT_EQ(path(), std::string(folder / "bin/nightpane") + '\n');
+    std::filesystem::create_directories(entry.parent_path());
+    writeFile(entry, std::string("[Desktop Entry]\n"));
+    EXPECT_EQ(path(), std::string(folder / "Applications/Nightpane") + '\n');
+}
+
 TEST(NPDesktopFolders, GoesByTheEnvironment)
 {
     const NPTestVariable home("HOME", "/home/ann");
