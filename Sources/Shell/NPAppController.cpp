@@ -456,7 +456,9 @@ void NPAppController::_timerActivation(NPEffectTimer& timer)
     const auto group = std::any_cast<std::shared_ptr<NPEffectGroup>>(timer.userInfo());
     const QXDate date = _eventDate(timer);
     _screenManager.activateEffectGroup(group, NPTransitionKind::timed, date);
-    _updateActivationTimerForEffectGroup(group, date);
+    if (_isListed(group)) {
+        _updateActivationTimerForEffectGroup(group, date);
+    }
 }
 
 void NPAppController::_timerDeactivation(NPEffectTimer& timer)
@@ -464,7 +466,15 @@ void NPAppController::_timerDeactivation(NPEffectTimer& timer)
     const auto group = std::any_cast<std::shared_ptr<NPEffectGroup>>(timer.userInfo());
     const QXDate date = _eventDate(timer);
     _screenManager.deactivateEffectGroup(group, NPTransitionKind::timed, date);
-    _updateDeactivationTimerForEffectGroup(group, date);
+    if (_isListed(group)) {
+        _updateDeactivationTimerForEffectGroup(group, date);
+    }
+}
+
+// Whoever is told of the change may remove the group: nobody would stop another timer of it.
+bool NPAppController::_isListed(const std::shared_ptr<NPEffectGroup>& group) const
+{
+    return std::ranges::find(_effectManager.groups(), group) != _effectManager.groups().end();
 }
 
 // A timer that fires late counts from now, for the change as for the next date.

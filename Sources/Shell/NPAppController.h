@@ -111,6 +111,7 @@ private:
     void _updateDeactivationTimerForEffectGroup(const std::shared_ptr<NPEffectGroup>& group, QXDate afterDate);
     void _timerActivation(NPEffectTimer& timer);
     void _timerDeactivation(NPEffectTimer& timer);
+    bool _isListed(const std::shared_ptr<NPEffectGroup>& group) const;
     QXDate _eventDate(const NPEffectTimer& timer) const;
     void _setTimer(TimerTable& table, const std::shared_ptr<NPEffectGroup>& group, std::optional<QXDate> date,
                    void (NPAppController::*action)(NPEffectTimer&));

@@ -132,6 +132,17 @@ TEST_F(ReentrancyTest, TimersMayBeArmedAnewWhileOneOfThemFires)
     EXPECT_EQ(platform.clock.timerCount(), 2U);
 }
 
+TEST_F(ReentrancyTest, GroupMayBeRemovedWhileOneOfItsTimersFires)
+{
+    onceOn(NPScreenManagerEffectStateDidChange, [] { sharedEffectManager()->removeGroupAtIndex(0); });
+    advanceTo("22:00:01");
+    EXPECT_TRUE(reacted());
+    EXPECT_EQ(platform.clock.timerCount(), 0U); // nobody would stop them any more
+    activate(0);
+    advanceTo("23:00:01");
+    EXPECT_EQ(white(1), 0.25F);
+}
+
 TEST_F(ReentrancyTest, TimerMayBeSwitchedOffWhileItFires)
 {
     onceOn(NPScreenManagerEffectStateDidChange,
