@@ -376,6 +376,8 @@ TEST_F(NPAppControllerTest, ChangeOfModeRewritesTheTablesAtOnceAndAMomentLater)
     EXPECT_EQ(writesTo(2), 1);
     platform.clock.advance(0.049);
     EXPECT_EQ(writesTo(1), 1);
+    platform.clock.advance(0.001);
+    EXPECT_EQ(writesTo(1), 2);
     platform.clock.advance(10.0);
     EXPECT_EQ(writesTo(1), 2);
     EXPECT_EQ(platform.clock.timerCount(), 0U);

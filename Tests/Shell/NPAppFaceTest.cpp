@@ -1,4 +1,5 @@
 // The application beside its engine: titles, status item, windows, the warning, and the commands.
+#include "Shell/QXAboutBoxText.h"
 #include "Support/NPDesktopTest.h"
 
 namespace {
@@ -100,6 +101,15 @@ TEST_F(NPAppFaceTest, QuitEndsTheProgram)
     launchWithEffect();
     menus.statusMenu->items().back()->choose();
     EXPECT_EQ(takeLog(), "terminate\n");
+}
+
+TEST_F(NPAppFaceTest, AboutBoxHasItsColourBeforeAnythingIsShown)
+{
+    QXAboutBoxSetBackgroundTint({});
+    desktop.workspace.installed["fluxgui"] = "/opt/f.lux";
+    desktop.alerts.answers = {NPAlertSecondButtonReturn};
+    launchApplication();
+    EXPECT_EQ(QXAboutBoxBackgroundTint(), (QXColor{0.81, 0.81, 0.84, 1.0}));
 }
 
 TEST_F(NPAppFaceTest, QuittingAtTheWarningAboutFluxStartsNothing)

@@ -111,7 +111,7 @@ main menu title Deactivate Nightpane
 dock menu title Deactivate Nightpane
 status menu title Deactivate Nightpane
 distributed: observe com.apple.screensaver.didstart
-timer every 6
+timer every 6 within 1.5
 distributed: unobserve com.apple.screensaver.didstart
 distributed: observe com.apple.screensaver.didstart
 )";
@@ -160,7 +160,7 @@ main menu title Deactivate Nightpane
 dock menu title Deactivate Nightpane
 status menu title Deactivate Nightpane
 distributed: observe com.apple.screensaver.didstart
-timer every 6
+timer every 6 within 1.5
 write 1 256 1 1 1
 custom off
 distributed: unobserve com.apple.screensaver.didstart

@@ -5,7 +5,7 @@
 
 #include "Foundation/QXString.h"
 
-// "timer every 6", "timer at 2026-03-01T22:00:00Z" (rounded down to seconds).
+// "timer every 6 within 1.5", "timer at 2026-03-01T22:00:00Z" (rounded down to seconds).
 class NPLoggingTimers final : public NPTimerServices {
 public:
     NPLoggingTimers(NPActionLog& log, NPTimerServices& services) : _log(log), _services(services) {}
@@ -13,7 +13,10 @@ public:
     std::shared_ptr<NPTimerSource> makeMonotonicTimer(std::uint64_t delay, std::uint64_t interval,
                                                       std::uint64_t leeway) override
     {
-        _log.add("timer every " + QXDoubleDescription(static_cast<double>(interval) / 1e9));
+        const auto seconds = [](std::uint64_t time) {
+            return QXDoubleDescription(static_cast<double>(time) / 1e9);
+        };
+        _log.add("timer every " + seconds(interval) + " within " + seconds(leeway));
         return _services.makeMonotonicTimer(delay, interval, leeway);
     }
     std::shared_ptr<NPTimerSource> makeWallClockTimer(QXDate start, std::uint64_t interval,
