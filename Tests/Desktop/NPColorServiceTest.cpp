@@ -301,6 +301,23 @@ TEST_F(NPColorServiceTest, ServiceThatEndsLeavesEverythingElseWorking)
     EXPECT_TRUE(eventuallyShows(0.8F));
 }
 
+TEST_F(NPColorServiceTest, ServiceOnABusThatWasStartedAnewIsUsedAgain)
+{
+    startService();
+    NPTestProgram engine = startWithNight();
+    EXPECT_TRUE(eventuallyUses("nightpane"));
+    service.restartBus();
+    service.start(connectors);
+    for (const std::string& connector : connectors) {
+        service.use(connector, folder / "own.icc");
+    }
+    EXPECT_TRUE(eventuallyUses("nightpane")) << engine.errors();
+    EXPECT_TRUE(eventuallyShows(0.4F));
+    end(engine);
+    EXPECT_TRUE(eventuallyUses("test_own"));
+    EXPECT_TRUE(eventuallyShows(0.8F));
+}
+
 TEST_F(NPColorServiceTest, WithoutProfilesTheServiceIsLeftAlone)
 {
     startService();

@@ -4,9 +4,15 @@
 
 #include "Platform/NPTimerServices.h"
 
+#include <array>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
+
+// Before each attempt; the last one goes on for ever.
+inline constexpr std::array<std::chrono::seconds, 4> NPBusRetryPauses{
+    std::chrono::seconds(1), std::chrono::seconds(5), std::chrono::seconds(30), std::chrono::seconds(60)};
 
 class NPBusRetry {
 public:

@@ -45,9 +45,22 @@ NPTestColorService::NPTestColorService(bool isPermitted)
                     "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/>"
                     "<allow own='*'/>"
                   + rule + "</policy></busconfig>");
+    _startBus();
+}
+
+void NPTestColorService::_startBus()
+{
     _bus.emplace(std::vector<std::string>{"dbus-daemon", "--config-file=" + (_folder / "bus.conf").string(),
                                           "--nofork", "--nopidfile", "--nosyslog", "--print-address"});
     _bus->outputUntil("guid=");
+}
+
+void NPTestColorService::restartBus()
+{
+    _bus->kill();
+    _xiccd.reset();
+    _colord.reset();
+    _startBus();
 }
 
 void NPTestColorService::start(const std::vector<std::string>& connectors)

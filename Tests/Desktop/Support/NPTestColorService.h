@@ -19,6 +19,7 @@ public:
     void start(const std::vector<std::string>& connectors);
     void freeze() { _colord->signal(SIGSTOP); } // until the end
     void end() { _colord->kill(); }
+    void restartBus(); // the service and xiccd do not come back by themselves
 
     // As another program: has the display on the connector use the profile in the file.
     void use(const std::string& connector, const std::string& file) const;
@@ -32,6 +33,7 @@ public:
 
 private:
     std::string _device(const std::string& connector) const;
+    void _startBus();
 
     NPTemporaryFolder _folder;
     std::optional<NPTestProcess> _bus;

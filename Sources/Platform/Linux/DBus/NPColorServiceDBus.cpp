@@ -1,16 +1,25 @@
 #include "Platform/Linux/DBus/NPColorServiceDBus.h"
 
 #include "Platform/Linux/DBus/NPErrorDBus.h"
+#include "Platform/Linux/NPBusRetry.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
 
+#include <algorithm>
 #include <array>
 #include <condition_variable>
 #include <csignal>
 #include <exception>
+#include <limits>
 #include <type_traits>
 #include <utility>
+
+namespace {
+
+constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
+
+} // namespace
 
 // One request of another thread. Whoever asked goes away after the deadline, whatever becomes of it.
 struct NPColorServiceDBus::Task {
@@ -67,39 +76,68 @@ NPColorServiceOutcome NPColorServiceDBus::setCustomProfile(const std::string& co
     return task->outcome.value_or(NPColorServiceOutcome::failed);
 }
 
-// As far as exceptions go. When the bus is lost, what is asked from then on is answered with "not managed".
+// As far as exceptions go. A bus that was there once is tried again.
 void NPColorServiceDBus::_run()
 {
     sigset_t all;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_BLOCK, &all, nullptr); // signals are the main thread's
-    try {
-        _connect();
-        _serve();
-    } catch (const std::exception& exception) {
-        _complain(NPLineOfException(exception));
-        _devices.reset();
-        _publish({});
-        for (bool isEnding = false; !isEnding;) {
-            while (_takeTask()) {
-            }
-            pollfd wakeUp{_wakeUp.get(), POLLIN, 0};
-            ::poll(&wakeUp, 1, -1);
-            eventfd_t ignored = 0;
-            ::eventfd_read(_wakeUp.get(), &ignored);
-            const std::lock_guard lock(_mutex);
-            isEnding = _isEnding;
+    bool hasBeenThere = false;
+    for (std::size_t attempt = 0; !_isToEnd(); ++attempt) {
+        try {
+            _connect();
+            hasBeenThere = true;
+            attempt = 0;
+            _serve();
+        } catch (const std::exception& exception) {
+            _complain(NPLineOfException(exception));
+            _disconnect();
+            _publish({});
+            _waitForBus(hasBeenThere ? attempt : never);
         }
     }
+    _disconnect();
+}
+
+void NPColorServiceDBus::_disconnect()
+{
     _devices.reset();
     _matches.clear();
     _connection.reset();
+}
+
+bool NPColorServiceDBus::_isToEnd() const
+{
+    const std::lock_guard lock(_mutex);
+    return _isEnding;
+}
+
+// What is asked meanwhile is answered with "not managed".
+void NPColorServiceDBus::_waitForBus(std::size_t attempt)
+{
+    using std::chrono::milliseconds;
+    const auto end =
+        std::chrono::steady_clock::now() + NPBusRetryPauses[std::min(attempt, NPBusRetryPauses.size() - 1)];
+    while (!_isToEnd()) {
+        while (_takeTask()) {
+        }
+        const auto left = std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now()).count();
+        if (attempt != never && left <= 0) {
+            return;
+        }
+        pollfd wakeUp{_wakeUp.get(), POLLIN, 0};
+        ::poll(&wakeUp, 1, attempt == never ? -1 : static_cast<int>(left));
+        eventfd_t ignored = 0;
+        ::eventfd_read(_wakeUp.get(), &ignored);
+    }
 }
 
 void NPColorServiceDBus::_connect()
 {
     _connection = sdbus::createSessionBusConnectionWithAddress(_request.busAddress);
     _connection->setMethodCallTimeout(patience);
+    _hasNews = true;
+    _isDeaf = false;
     const auto noticeNews = [this](sdbus::Message&) {
         _hasNews = true;
         _isDeaf = false;
@@ -117,13 +155,7 @@ void NPColorServiceDBus::_connect()
 
 void NPColorServiceDBus::_serve()
 {
-    for (;;) {
-        {
-            const std::lock_guard lock(_mutex);
-            if (_isEnding) {
-                return;
-            }
-        }
+    while (!_isToEnd()) {
         while (_connection->processPendingRequest()) {
         }
         if (std::exchange(_hasNews, false)) {

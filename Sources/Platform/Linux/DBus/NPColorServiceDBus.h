@@ -25,7 +25,10 @@ private:
 
     void _run();
     void _connect();
+    void _disconnect();
     void _serve();
+    void _waitForBus(std::size_t attempt);
+    bool _isToEnd() const;
     void _wait();
     bool _takeTask();
     NPColorServiceOutcome _perform(const Task& task);
