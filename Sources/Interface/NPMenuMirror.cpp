@@ -3,10 +3,14 @@
 #include "Foundation/QXString.h"
 #include "Interface/NPAccessibleMenuItem.h"
 #include "Interface/NPShortcutText.h"
+#include "Interface/QXTemplateImage.h"
 
+#include <QApplication>
 #include <QIconEngine>
 #include <QPainter>
 #include <QPalette>
+#include <QPointer>
+#include <QProxyStyle>
 
 #include <algorithm>
 
@@ -26,11 +30,13 @@ public:
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
         painter->setPen(Qt::NoPen);
+        QRectF dash(0.0, 0.0, length, thickness);
+        dash.moveCenter(QRectF(rect).center());
+        const double contour = 1.0; // a panel that shows the menu has a ground of its own
+        painter->setBrush(QXInkOnGround(_color));
+        painter->drawRoundedRect(dash.adjusted(-contour, -contour, contour, contour), thickness, thickness);
         painter->setBrush(_color);
-        const QPointF center = QRectF(rect).center();
-        painter->drawRoundedRect(
-            QRectF(center.x() - length / 2.0, center.y() - thickness / 2.0, length, thickness), thickness / 2.0,
-            thickness / 2.0);
+        painter->drawRoundedRect(dash, thickness / 2.0, thickness / 2.0);
         painter->restore();
     }
 
@@ -47,6 +53,28 @@ public:
 
 private:
     const QColor _color;
+};
+
+// Menus that are higher than the screen scroll. Qt's own way, columns, pushes the last ones off the screen.
+class ScrollingStyle final : public QProxyStyle {
+public:
+    ScrollingStyle() : QProxyStyle(QApplication::style()->name()) { setParent(qApp); }
+
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* result) const override
+    {
+        return hint == SH_Menu_Scrollable ? 1 : QProxyStyle::styleHint(hint, option, widget, result);
+    }
+
+    // For all menus of the application.
+    static QStyle* shared()
+    {
+        static QPointer<QStyle> style;
+        if (!style) {
+            style = new ScrollingStyle();
+        }
+        return style;
+    }
 };
 
 // An ampersand marks a key in Qt, and is a character of the names here.
@@ -89,7 +117,8 @@ NPMenuMirror::NPMenuMirror(std::shared_ptr<NPMenu> menu, QWidget& widget)
     _subscription = _menu->observe({[changed](std::size_t, std::size_t) { changed(); },
                                     [changed](std::size_t, std::size_t) { changed(); },
                                     [changed](const NPMenuItem&) { changed(); }});
-    if (const auto* popUp = qobject_cast<QMenu*>(&widget)) {
+    if (auto* const popUp = qobject_cast<QMenu*>(&widget)) {
+        popUp->setStyle(ScrollingStyle::shared());
         connect(popUp, &QMenu::aboutToShow, this, [this] { update(); });
     }
     _needsUpdate = true;
@@ -116,9 +145,7 @@ void NPMenuMirror::update()
     }
     for (std::size_t index = 0; index < items.size(); ++index) {
         const NPMenuItem& item = *items[index];
-        const bool isKept = index < _entries.size()
-                            && _entries[index].action->isSeparator() == item.isSeparatorItem()
-                            && _entries[index].submenu == item.submenu();
+        const bool isKept = index < _entries.size() && _isOfTheKind(_entries[index], item);
         if (!isKept) {
             if (index < _entries.size()) {
                 _removeEntry(index);
@@ -128,6 +155,13 @@ void NPMenuMirror::update()
         }
         _updateEntry(index, items[index]);
     }
+}
+
+// The dash belongs to the kind: Qt never tells a panel that shows the menu that an item has lost its check box.
+bool NPMenuMirror::_isOfTheKind(const Entry& entry, const NPMenuItem& item)
+{
+    return entry.action->isSeparator() == item.isSeparatorItem() && entry.submenu == item.submenu()
+           && entry.isMixed == (item.state() == NPMenuItemState::mixed);
 }
 
 NPMenuMirror::Entry NPMenuMirror::_makeEntry(const NPMenuItem& item, QAction* before)
@@ -143,8 +177,14 @@ NPMenuMirror::Entry NPMenuMirror::_makeEntry(const NPMenuItem& item, QAction* be
     } else {
         connect(action, &QAction::triggered, this, [this, action] { _choose(action); });
     }
+    const bool isMixed = item.state() == NPMenuItemState::mixed;
+    if (isMixed) {
+        action->setIcon(NPMixedStateIcon(_widget));
+        action->setIconVisibleInMenu(true);
+        NPSetMixedState(*action, NPMixedStateText());
+    }
     _widget.insertAction(before, action);
-    return {action, nullptr, item.submenu()};
+    return {action, nullptr, item.submenu(), isMixed};
 }
 
 void NPMenuMirror::_removeEntry(std::size_t index)
@@ -158,7 +198,7 @@ void NPMenuMirror::_removeEntry(std::size_t index)
     action->deleteLater(); // it may be the one that is being chosen
 }
 
-// Setters of QAction do nothing where nothing changes, except for the icon's.
+// Setters of QAction do nothing where nothing changes.
 void NPMenuMirror::_updateEntry(std::size_t index, const std::shared_ptr<NPMenuItem>& item)
 {
     Entry& entry = _entries[index];
@@ -174,14 +214,8 @@ void NPMenuMirror::_updateEntry(std::size_t index, const std::shared_ptr<NPMenuI
     if (action.shortcut() != keys) {
         action.setShortcut(keys);
     }
-    const bool isMixed = item->state() == NPMenuItemState::mixed;
-    action.setCheckable(hasState(*item) && !isMixed);
+    action.setCheckable(hasState(*item) && !entry.isMixed);
     action.setChecked(item->state() == NPMenuItemState::on);
-    NPSetMixedState(action, isMixed ? NPMixedStateText() : QString());
-    if (action.icon().isNull() == isMixed) {
-        action.setIcon(isMixed ? NPMixedStateIcon(_widget) : QIcon());
-        action.setIconVisibleInMenu(isMixed);
-    }
 }
 
 void NPMenuMirror::_choose(const QAction* action)

@@ -28,10 +28,12 @@ private:
         QAction* action = nullptr; // the widget's
         std::shared_ptr<NPMenuItem> item;
         std::shared_ptr<NPMenu> submenu;
+        bool isMixed = false;
     };
 
     void _setNeedsUpdate();
     void _updateEntry(std::size_t index, const std::shared_ptr<NPMenuItem>& item);
+    static bool _isOfTheKind(const Entry& entry, const NPMenuItem& item);
     Entry _makeEntry(const NPMenuItem& item, QAction* before);
     void _removeEntry(std::size_t index);
     void _choose(const QAction* action);

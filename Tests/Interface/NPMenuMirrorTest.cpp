@@ -7,6 +7,10 @@
 #include <QCoreApplication>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPointer>
+#include <QScreen>
+
+#include <algorithm>
 
 namespace {
 
@@ -131,6 +135,36 @@ TEST_F(NPMenuMirrorTest, TakesTheDashAwayAgain)
     EXPECT_TRUE(shown.actions()[0]->isCheckable());
 }
 
+// Else a panel that shows the menu would keep the check box, and the mark that was in it.
+TEST_F(NPMenuMirrorTest, ADashComesWithAnActionOfItsOwn)
+{
+    const auto item = effectNamed("Part", NPMenuItemState::on);
+    menu->insertItem(item, 0);
+    turn();
+    const QPointer<QAction> checked = shown.actions()[0];
+    item->setState(NPMenuItemState::mixed);
+    turn();
+    EXPECT_NE(shown.actions()[0], checked);
+    EXPECT_EQ(shown.actions()[0]->text(), QStringLiteral("Part"));
+    EXPECT_EQ(shown.actions().size(), 3);
+}
+
+TEST_F(NPMenuMirrorTest, TheDashStandsOutFromAnyGround)
+{
+    const QImage dash = NPMixedStateIcon(shown).pixmap(16, 16).toImage();
+    int darkest = 255;
+    int lightest = 0;
+    for (int y = 0; y < dash.height(); ++y) {
+        const QRgb pixel = dash.pixel(8, y);
+        if (qAlpha(pixel) > 200) {
+            darkest = std::min(darkest, qGray(pixel));
+            lightest = std::max(lightest, qGray(pixel));
+        }
+    }
+    EXPECT_LT(darkest, 64);
+    EXPECT_GT(lightest, 192);
+}
+
 TEST_F(NPMenuMirrorTest, LeavesCommandsWithoutACheckBox)
 {
     EXPECT_FALSE(shown.actions()[0]->isCheckable());
@@ -177,6 +211,19 @@ TEST_F(NPMenuMirrorTest, ShowsAmpersandsAndTabsAsTheyAreNamed)
     menu->itemAtIndex(0)->setTitle("Salt & Pepper\tCtrl+Q");
     turn();
     EXPECT_EQ(shown.actions()[0]->text(), "Salt && Pepper Ctrl+Q");
+}
+
+// The last commands have to be within reach.
+TEST_F(NPMenuMirrorTest, AMenuHigherThanTheScreenScrolls)
+{
+    for (int count = 0; count < 400; ++count) {
+        menu->insertItem(itemNamed("Effect"), 0);
+    }
+    turn();
+    shown.popup(QPoint(0, 0));
+    EXPECT_LT(shown.width(), 300); // one column
+    EXPECT_LE(shown.height(), shown.screen()->geometry().height());
+    shown.hide();
 }
 
 // The keys beside it have to stay on the screen.
