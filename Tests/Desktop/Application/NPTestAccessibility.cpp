@@ -129,14 +129,17 @@ std::optional<NPTestAccessibility::Element> NPTestAccessibility::elementNamed(co
 std::string NPTestAccessibility::textOf(const std::string& name) const
 {
     const std::optional<Element> element = _find(name);
+    return element ? textAt(*element) : std::string();
+}
+
+std::string NPTestAccessibility::textAt(const Element& element) const
+{
+    const auto proxy = sdbus::createProxy(*_caller, _application(), element.path);
     std::string text;
-    if (element) {
-        const auto proxy = sdbus::createProxy(*_caller, _application(), element->path);
-        proxy->callMethod("GetText")
-            .onInterface("org.a11y.atspi.Text")
-            .withArguments(std::int32_t{0}, std::int32_t{-1})
-            .storeResultsTo(text);
-    }
+    proxy->callMethod("GetText")
+        .onInterface("org.a11y.atspi.Text")
+        .withArguments(std::int32_t{0}, std::int32_t{-1})
+        .storeResultsTo(text);
     return text;
 }
 

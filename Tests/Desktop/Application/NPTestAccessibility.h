@@ -38,6 +38,7 @@ public:
 
     // What is written in it, for example in a view of text; empty when it is not shown.
     std::string textOf(const std::string& name) const;
+    std::string textAt(const Element& element) const;
 
     // Whether the name is shown, without waiting.
     bool shows(const std::string& name) const;
