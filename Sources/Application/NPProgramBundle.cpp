@@ -42,12 +42,17 @@ NPProgramBundle::NPProgramBundle() : _path(NPApplicationPath())
     }
 }
 
+// What is in English lies beside the folder of the languages.
 std::optional<QXData> NPProgramBundle::resource(std::string_view name, std::string_view type) const
 {
-    const std::string path = NPResourceFolder() + '/' + std::string(name) + '.' + std::string(type);
-    if (::access(path.c_str(), F_OK) != 0) {
-        return std::nullopt;
+    const std::string file = '/' + std::string(name) + '.' + std::string(type);
+    for (const std::string& language : NPLanguages()) {
+        const std::string folder = language == "en" ? "" : "/Strings/" + language;
+        const std::string path = NPResourceFolder() + folder + file;
+        if (::access(path.c_str(), F_OK) == 0) {
+            auto data = NPReadFile(path);
+            return data ? std::optional(std::move(*data)) : std::nullopt;
+        }
     }
-    auto data = NPReadFile(path);
-    return data ? std::optional(std::move(*data)) : std::nullopt;
+    return std::nullopt;
 }

@@ -43,13 +43,16 @@ QXStringTableSource NPStringTableSource(std::string folder)
     };
 }
 
-void NPInstallStringTables()
+std::vector<std::string> NPLanguages()
 {
-    const auto variable = [](const char* name) -> std::optional<std::string> {
+    return QXLanguagesOfEnvironment([](const char* name) -> std::optional<std::string> {
         const char* const value = std::getenv(name);
         return value ? std::optional<std::string>(value) : std::nullopt;
-    };
-    std::vector<std::string> languages = QXLanguagesOfEnvironment(variable);
+    });
+}
+
+void NPInstallStringTables()
+{
     QXSetStringTables(
-        QXStringTablesInLanguages(std::move(languages), NPStringTableSource(NPResourceFolder() + "/Strings")));
+        QXStringTablesInLanguages(NPLanguages(), NPStringTableSource(NPResourceFolder() + "/Strings")));
 }

@@ -78,6 +78,21 @@ TEST_F(NPApplicationWindowsTest, AboutWindowNamesTheProgramAndItsVersion)
     EXPECT_NE(text.find("libsodium"), std::string::npos) << text;
 }
 
+TEST_F(NPApplicationWindowsTest, AboutWindowSpeaksTheLanguageOfTheDesktop)
+{
+    writeSettings(withStatusItem);
+    addNight();
+    const NPTestVariable german("LC_ALL", "de_DE.UTF-8");
+    const NPTestProgram program = start();
+    chooseInMenu("Über Nightpane");
+    ASSERT_TRUE(windows.elementNamed("Programmsymbol"));
+    std::string text;
+    for (const NPTestAccessibility::Element& element : windows.elements()) {
+        text = element.name == "Über Nightpane" && element.canFocus ? windows.textAt(element) : text;
+    }
+    EXPECT_NE(text.find("\nMit Hilfe dieser Bibliotheken\n"), std::string::npos) << text;
+}
+
 TEST_F(NPApplicationWindowsTest, AboutWindowIsMovedByItsIconAndClosedByEscape)
 {
     writeSettings(withStatusItem);
