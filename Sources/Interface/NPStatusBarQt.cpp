@@ -23,6 +23,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr auto timeForTrays = 3s; // to come, or to answer, before the log says that there is none
 constexpr auto timeToEmbed = 300ms; // until a tray has taken the icon's window in and painted around it
 
 // The panel's colour beside the icon, when the icon is a window whose place is known. The median of the pixels
@@ -141,6 +142,7 @@ struct NPStatusBarQt::State {
     std::vector<Item*> items;
     std::unique_ptr<NPTrayWatch> watch;
     bool hasTray = false;
+    bool hasWaited = false; // for a status area, long enough
     bool hasSaidSo = false;
 
     void update();
@@ -201,7 +203,7 @@ void NPStatusBarQt::State::update()
 // Desktops begin their programs in any order: one may come later.
 void NPStatusBarQt::State::sayThatNoneIsThere()
 {
-    if (watch && !hasSaidSo && NPHasDesktop()) {
+    if (watch && hasWaited && !hasSaidSo && NPHasDesktop()) {
         hasSaidSo = true;
         QXLog("There is no status area, or not yet: starting Nightpane again opens its window");
     }
@@ -225,7 +227,12 @@ void NPStatusBarQt::start()
         }
     });
     _state->watch = std::move(watch);
-    _state->update();
+    QTimer::singleShot(timeForTrays, qGuiApp, [weak] {
+        if (const auto state = weak.lock()) {
+            state->hasWaited = true;
+            state->update();
+        }
+    });
 }
 
 void NPStatusBarQt::stop()

@@ -1,7 +1,9 @@
 #include "Interface/NPTrayWatch.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QGuiApplication>
 
@@ -15,6 +17,7 @@
 namespace {
 
 const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
 
 template<class Reply> using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
 
@@ -58,16 +61,33 @@ void NPTrayWatch::_watchX11()
 
 void NPTrayWatch::_watchSessionBus()
 {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusConnection bus = QDBusConnection::sessionBus();
     if (!_appeared || !bus.isConnected()) {
         return;
     }
+    bus.connect(watcherName, watcherPath, watcherName, QStringLiteral("StatusNotifierHostRegistered"), this,
+                SLOT(_appear()));
     auto* const watcher =
         new QDBusServiceWatcher(watcherName, bus, QDBusServiceWatcher::WatchForRegistration, this);
-    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] { _appear(); });
-    if (bus.interface()->isServiceRegistered(watcherName)) {
-        _appear();
-    }
+    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] { _askForHost(); });
+    _askForHost();
+}
+
+// An error means that there is no watcher.
+void NPTrayWatch::_askForHost()
+{
+    QDBusMessage question = QDBusMessage::createMethodCall(
+        watcherName, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    question << watcherName << QStringLiteral("IsStatusNotifierHostRegistered");
+    question.setAutoStartService(false);
+    auto* const reply = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+    connect(reply, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
+        const QDBusPendingReply<QDBusVariant> answer = *finished;
+        finished->deleteLater();
+        if (answer.isValid() && answer.value().variant().toBool()) {
+            _appear();
+        }
+    });
 }
 
 bool NPTrayWatch::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)

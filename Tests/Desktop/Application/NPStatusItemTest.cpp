@@ -249,6 +249,18 @@ TEST_F(NPStatusItemNotifierTest, OpensItsMenuByItselfAtAClick)
     EXPECT_TRUE(NPTestEventually([&] { return gamma() == NPTestIdentityGamma(); }));
 }
 
+// Some desktops have the watcher long before the panel.
+TEST_F(NPStatusItemNotifierTest, WaitsForAHostThatTheWatcherKnows)
+{
+    NPTestTrayHost host(bus.address(), false);
+    const NPTestProgram program = start();
+    EXPECT_EQ(run({"--toggle"}).status, 0);
+    EXPECT_EQ(run({"--toggle"}).status, 0);
+    EXPECT_FALSE(host.hasItem());
+    host.registerHost();
+    EXPECT_TRUE(NPTestEventually([&] { return host.hasItem(); }));
+}
+
 TEST_F(NPStatusItemNotifierTest, ComesBackWhenTheHostWasStartedAnew)
 {
     auto host = std::make_unique<NPTestTrayHost>(bus.address());

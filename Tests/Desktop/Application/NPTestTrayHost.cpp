@@ -31,10 +31,10 @@ std::string shortcutText(const Properties& properties)
 
 } // namespace
 
-NPTestTrayHost::NPTestTrayHost(const std::string& busAddress)
+NPTestTrayHost::NPTestTrayHost(const std::string& busAddress, bool hasHost)
     : _connection(sdbus::createSessionBusConnectionWithAddress(busAddress)),
       _caller(sdbus::createSessionBusConnectionWithAddress(busAddress)),
-      _watcher(sdbus::createObject(*_connection, "/StatusNotifierWatcher"))
+      _watcher(sdbus::createObject(*_connection, "/StatusNotifierWatcher")), _hasHost(hasHost)
 {
     _watcher->registerMethod("RegisterStatusNotifierItem")
         .onInterface(watcherName)
@@ -45,8 +45,8 @@ NPTestTrayHost::NPTestTrayHost(const std::string& busAddress)
     _watcher->registerMethod("RegisterStatusNotifierHost")
         .onInterface(watcherName)
         .implementedAs([](const std::string&) {});
-    _watcher->registerProperty("IsStatusNotifierHostRegistered").onInterface(watcherName).withGetter([] {
-        return true;
+    _watcher->registerProperty("IsStatusNotifierHostRegistered").onInterface(watcherName).withGetter([this] {
+        return _hasHost.load();
     });
     _watcher->registerProperty("ProtocolVersion").onInterface(watcherName).withGetter([] {
         return std::int32_t{0};
@@ -63,6 +63,12 @@ NPTestTrayHost::NPTestTrayHost(const std::string& busAddress)
 NPTestTrayHost::~NPTestTrayHost()
 {
     _connection->leaveEventLoop();
+}
+
+void NPTestTrayHost::registerHost()
+{
+    _hasHost = true;
+    _watcher->emitSignal("StatusNotifierHostRegistered").onInterface(watcherName);
 }
 
 bool NPTestTrayHost::hasItem() const

@@ -4,6 +4,7 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -19,10 +20,13 @@ public:
         bool isOn = false;
     };
 
-    explicit NPTestTrayHost(const std::string& busAddress);
+    // Without a host it is only the watcher: it takes items, and says that nobody shows them.
+    explicit NPTestTrayHost(const std::string& busAddress, bool hasHost = true);
     ~NPTestTrayHost();
     NPTestTrayHost(const NPTestTrayHost&) = delete;
     NPTestTrayHost& operator=(const NPTestTrayHost&) = delete;
+
+    void registerHost();
 
     bool hasItem() const;
 
@@ -42,6 +46,7 @@ private:
     std::unique_ptr<sdbus::IConnection> _connection;
     std::unique_ptr<sdbus::IConnection> _caller; // for calls, since the other one is served by a thread
     std::unique_ptr<sdbus::IObject> _watcher;
+    std::atomic<bool> _hasHost;
     mutable std::mutex _mutex;
     std::string _service; // of the first item
 };
