@@ -1,6 +1,7 @@
 #include "Interface/NPUpdateOfferWindow.h"
 
 #include "Foundation/QXString.h"
+#include "Interface/QXTextColors.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
@@ -94,6 +95,7 @@ QWidget* NPUpdateOfferWindow::_makeNotes(const NPUpdateOffer& offer)
     auto* const notes = new Notes();
     notes->setAccessibleName(QString::fromStdString(QXLocalizedString("Release Notes:", "QXWebStoreUpdate")));
     notes->setHtml(QString::fromStdString(offer.releaseNotes));
+    QXRemoveTextColors(*notes->document());
     notes->setOpenExternalLinks(true);
     notes->setMinimumSize(notesSize);
     return notes;

@@ -2,6 +2,7 @@
 
 #include "Interface/NPWindowQt.h"
 #include "Interface/QXAboutBoxBackground.h"
+#include "Interface/QXTextColors.h"
 #include "Interface/ui_QXAboutBox.h"
 #include "Shell/QXAboutBoxText.h"
 
@@ -9,7 +10,6 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QShortcut>
-#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocumentFragment>
 #include <QTextFrame>
@@ -42,25 +42,6 @@ void replace(QTextDocument& document, const QXAboutBoxReplacement& replacement)
         cursor.insertFragment(QTextDocumentFragment::fromHtml(text));
     } else {
         cursor.insertText(text, format);
-    }
-}
-
-// In the view's own colour from now on, so that it follows the desktop into the dark and back.
-void removeColors(QTextDocument& document)
-{
-    QList<std::pair<QTextCursor, QTextCharFormat>> parts; // first of all: setting one moves the others
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        for (auto part = block.begin(); !part.atEnd(); ++part) {
-            QTextCursor cursor(&document);
-            cursor.setPosition(part.fragment().position());
-            cursor.setPosition(part.fragment().position() + part.fragment().length(), QTextCursor::KeepAnchor);
-            QTextCharFormat format = part.fragment().charFormat();
-            format.clearForeground();
-            parts += {cursor, format};
-        }
-    }
-    for (auto& [cursor, format] : parts) {
-        cursor.setCharFormat(format);
     }
 }
 
@@ -139,7 +120,7 @@ void QXAboutBoxController::updateText()
          QXAboutBoxReplacements(document.toPlainText().toStdU16String(), _bundle)) {
         replace(document, replacement);
     }
-    removeColors(document);
+    QXRemoveTextColors(document);
     QTextFrameFormat frame = document.rootFrame()->frameFormat();
     frame.setLeftMargin(_textInset.width());
     frame.setRightMargin(_textInset.width());

@@ -88,6 +88,13 @@ TEST_F(NPUpdateOfferWindowTest, ShowsNothingInTheNotesThatComesFromElsewhere)
     EXPECT_FALSE(notes->document()->resource(2, QUrl("https://www.real.net/reader.png")).isValid());
 }
 
+TEST_F(NPUpdateOfferWindowTest, ShowsNotesInTheDesktopsColors)
+{
+    show({.version = "2", .currentVersion = "1", .releaseNotes = "<p style=\"color: black\">Better</p>"});
+    const QTextCursor word = window().findChild<QTextBrowser*>()->document()->find("Better");
+    EXPECT_FALSE(word.charFormat().hasProperty(QTextFormat::ForegroundBrush));
+}
+
 TEST_F(NPUpdateOfferWindowTest, AnswersWhatIsChosen)
 {
     const std::pair<const char*, NPUpdateChoice> choices[] = {
