@@ -71,6 +71,7 @@ void NPUpdatePreferencesController::_update()
 {
     const QXUpdater& updater = *_manager->updaterForMainBundle();
     _interface->automaticChecks->setEnabled(updater.canCheckAutomatically());
+    _interface->whyNotAutomatic->setHidden(updater.canCheckAutomatically());
     _interface->automaticChecks->setChecked(updater.automaticallyChecksForUpdates());
     _interface->interval->setEnabled(updater.automaticallyChecksForUpdates());
     _interface->intervalLabel->setEnabled(updater.automaticallyChecksForUpdates());

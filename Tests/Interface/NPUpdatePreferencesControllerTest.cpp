@@ -135,6 +135,13 @@ TEST_F(NPUpdatePreferencesControllerTest, HasNoAutomaticChecksOfAFeedThatIsNobod
     EXPECT_FALSE(control<QCheckBox>("automaticChecks").isEnabled());
     EXPECT_FALSE(control<QCheckBox>("automaticChecks").isChecked());
     EXPECT_FALSE(control<QComboBox>("interval").isEnabled());
+    EXPECT_TRUE(control<QLabel>("whyNotAutomatic").isVisible());
+}
+
+TEST_F(NPUpdatePreferencesControllerTest, ExplainsNothingWhereAutomaticChecksCanBeHad)
+{
+    EXPECT_TRUE(control<QCheckBox>("automaticChecks").isEnabled());
+    EXPECT_FALSE(control<QLabel>("whyNotAutomatic").isVisible());
 }
 
 TEST_F(NPUpdatePreferencesControllerTest, ShowsTheLastCheckAlsoOfTheOneThatRunsMeanwhile)

@@ -51,6 +51,9 @@ QPalette darkColors()
     palette.setColor(QPalette::Text, QColor(0xe6, 0xe6, 0xe6));
     palette.setColor(QPalette::ButtonText, QColor(0xe6, 0xe6, 0xe6));
     palette.setColor(QPalette::Highlight, QColor(0x2f, 0x65, 0xca));
+    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x82, 0x86));
+    }
     return palette;
 }
 
@@ -278,6 +281,13 @@ TEST_P(NPWindowPicturesTest, UpdateSheet)
     platform.defaults.setObject(true, SUEnableAutomaticChecksKey);
     platform.defaults.setObject(platform.clock.now(), SULastCheckTimeKey);
     keep(*sheet, "update-sheet");
+    delete sheet;
+}
+
+TEST_P(NPWindowPicturesTest, UpdateSheetWithoutAFeed)
+{
+    auto* const sheet = new NPUpdatePreferencesController(sharedUpdateManager(), platform.notifications, nullptr);
+    keep(*sheet, "update-sheet-without-feed");
     delete sheet;
 }
 
