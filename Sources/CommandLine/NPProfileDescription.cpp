@@ -19,7 +19,7 @@ QXArray formulaDescription(const QXDisplayTransferFormulas& formulas)
 {
     QXArray channels;
     for (const QXDisplayTransferFormula& formula : formulas) {
-        channels.push_back(
+        channels.emplace_back(
             QXDictionary{{"minimum", formula.minimum}, {"maximum", formula.maximum}, {"gamma", formula.gamma}});
     }
     return channels;
@@ -87,8 +87,9 @@ QXDictionary NPProfileDescription(const NPDisplayProfile& profile)
     describeBase(description, *profile.profile);
     QXArray tags;
     for (const QXTagSignature signature : profile.profile->signatures()) {
-        tags.push_back(QXDictionary{{"signature", signatureText(signature)},
-                                    {"size", static_cast<std::int64_t>(profile.profile->tag(signature)->size())}});
+        tags.emplace_back(
+            QXDictionary{{"signature", signatureText(signature)},
+                         {"size", static_cast<std::int64_t>(profile.profile->tag(signature)->size())}});
     }
     description.emplace("tags", std::move(tags));
     if (const auto content = profile.profile->copyData()) {

@@ -141,9 +141,11 @@ int runCommandHere(const NPArguments& arguments, std::optional<int> instance)
     if (!session) {
         return fail(session.error());
     }
-    if (const auto problem = (*session)->displayProblem(); problem && NPCommandAsksDisplays(arguments.command)) {
+    const auto problem = (*session)->displayProblem();
+    if (problem && NPCommandAsksDisplays(arguments.command)) {
         return fail(*problem);
-    } else if (problem && NPCommandShowsEffects(arguments.command)) {
+    }
+    if (problem && NPCommandShowsEffects(arguments.command)) {
         NPPrintError("no screen changes: " + *problem);
     }
     return arguments.command == "profile" ? printProfile(arguments, **session)

@@ -212,7 +212,7 @@ void QXColorProfileSetDescription(QXColorProfile& profile, const char* name)
     for (const char byte : text) {
         // Each byte widened with its sign, not decoded: 0x80 becomes 0xFF80. Kept, as is the ScriptCode part
         // below without its usual padding to 67 bytes, so that the tag's length follows from the name's.
-        const int widened = static_cast<signed char>(byte);
+        const int widened = static_cast<signed char>(byte); // NOLINT(bugprone-signed-char-misuse)
         tag.put16(static_cast<std::uint32_t>(widened) & 0xFFFF);
     }
     tag.put16(0); // ScriptCode

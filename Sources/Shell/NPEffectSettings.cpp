@@ -77,7 +77,7 @@ std::optional<TimerSetting> parseTimer(std::string_view text)
         return TimerSetting{NPEffectTimerKind::NPEffectTimerKindSunset, std::nullopt};
     }
     const std::size_t colon = text.find(':');
-    if (colon == std::string_view::npos || colon > 2 || text.size() - colon != 3) {
+    if (colon > 2 || text.size() - colon != 3) {
         return std::nullopt;
     }
     const auto hour = parseWhole(text.substr(0, colon), 23);

@@ -67,7 +67,7 @@ NPControlResult<QXArray> NPLocalControl::effects()
 {
     QXArray list;
     for (const Group& group : _effectManager.groups()) {
-        list.push_back(_effectDescription(*group));
+        list.emplace_back(_effectDescription(*group));
     }
     return list;
 }
@@ -117,7 +117,7 @@ NPControlResult<QXArray> NPLocalControl::screens()
     }
     QXArray list;
     for (std::size_t i = 0; i < online->size(); ++i) {
-        list.push_back(_screenDescription((*online)[i], i + 1));
+        list.emplace_back(_screenDescription((*online)[i], i + 1));
     }
     return list;
 }
@@ -158,7 +158,9 @@ NPControlResult<void> NPLocalControl::activate(const std::string& effect, const 
     if (!request) {
         return std::unexpected(request.error());
     }
-    setEffectActive(true);
+    if (const NPControlResult<void> switchedOn = setEffectActive(true); !switchedOn) {
+        return switchedOn;
+    }
     _screenManager.activateEffectGroup(request->group, request->transition, _platform.clock.now());
     return {};
 }

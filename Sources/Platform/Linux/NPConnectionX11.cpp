@@ -96,7 +96,7 @@ bool NPConnectionX11::isResponding()
 
 void* NPConnectionX11::_waitForReply(unsigned int sequence)
 {
-    const auto end = Clock::now() + (_isResponding ? patience : patience.zero());
+    const auto end = Clock::now() + (_isResponding ? patience : Clock::duration::zero());
     void* reply = nullptr;
     xcb_generic_error_t* error = nullptr;
     bool isReady = waitFor(descriptor(), POLLOUT, end); // see hasRoom()

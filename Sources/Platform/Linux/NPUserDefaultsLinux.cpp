@@ -60,7 +60,7 @@ NPUserDefaultsLinux::NPUserDefaultsLinux(const std::optional<std::filesystem::pa
         return;
     }
     _watch = loop.watchFileDescriptor(_inotify.get(), EPOLLIN, [this](std::uint32_t) { _takeEvents(); });
-    _file->makeFolder(); // a folder that others make later would not be watched
+    static_cast<void>(_file->makeFolder()); // a folder that others make later would not be watched
     _watchFolders();
     readChanges(); // between reading and watching
 }
