@@ -24,6 +24,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto timeForTrays = 3s; // to come, or to answer, before the log says that there is none
+constexpr const char* windowOfIcon = "QSystemTrayIconSys"; // what Qt calls the one in an X11 tray
 constexpr auto timeToEmbed = 300ms; // until a tray has taken the icon's window in and painted around it
 
 // The panel's colour beside the icon, when the icon is a window whose place is known. The median of the pixels
@@ -84,15 +85,19 @@ public:
         _draw();
         if (!_icon.isVisible()) {
             _icon.show();
-            _colorTimer.start(timeToEmbed);
         }
+        _colorTimer.start(timeToEmbed); // the panel may have changed, too
     }
 
+    // The filter sees all events of the application.
     bool eventFilter(QObject* watched, QEvent* event) override
     {
-        if (watched == qGuiApp && event->type() == QEvent::ApplicationPaletteChange) {
+        if (event->type() == QEvent::ApplicationPaletteChange && watched == qGuiApp) {
             _draw();
             _colorTimer.start(timeToEmbed);
+        } else if ((event->type() == QEvent::Show || event->type() == QEvent::Move)
+                   && watched->inherits(windowOfIcon)) {
+            _colorTimer.start(timeToEmbed); // another panel has it
         }
         return QObject::eventFilter(watched, event);
     }

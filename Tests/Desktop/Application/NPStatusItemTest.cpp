@@ -6,6 +6,7 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -75,14 +76,23 @@ const std::vector<Panel> panels = {
 
 class NPStatusItemX11Test : public NPStatusItemTest, public testing::WithParamInterface<Panel> {
 protected:
-    NPTestProgram startPanel() const
+    NPTestProgram startPanel() const { return startPanel(GetParam()); }
+
+    NPTestProgram startPanel(const Panel& panel) const
     {
-        std::vector<std::string> command = GetParam().command;
-        if (!GetParam().configuration.empty()) {
+        std::vector<std::string> command = panel.command;
+        if (!panel.configuration.empty()) {
             command.push_back(folder / "tint2rc");
-            std::ofstream(command.back()) << GetParam().configuration;
+            std::ofstream(command.back()) << panel.configuration;
         }
         return NPTestProgram(command);
+    }
+
+    bool standsOut() const
+    {
+        constexpr int strong = 110;
+        constexpr int few = 30; // pixels
+        return picture(icon()).countThatStandOut(strong) > few;
     }
 
     // Waits for the icon. Throws when none comes.
@@ -161,13 +171,26 @@ TEST_P(NPStatusItemX11Test, StandsOutFromThePanel)
 {
     const NPTestProgram panel = startPanel();
     const NPTestProgram program = start();
-    const Place place = icon();
-    constexpr int strong = 110;
-    constexpr int few = 30; // pixels
-    EXPECT_TRUE(NPTestEventually([&] { return picture(place).countThatStandOut(strong) > few; }));
+    EXPECT_TRUE(NPTestEventually([&] { return standsOut(); }));
     ASSERT_EQ(run({"--toggle"}).status, 0); // the other image
     NPTestShell("sleep 0.5");
-    EXPECT_TRUE(NPTestEventually([&] { return picture(place).countThatStandOut(strong) > few; }));
+    EXPECT_TRUE(NPTestEventually([&] { return standsOut(); }));
+}
+
+TEST_P(NPStatusItemX11Test, StandsOutFromThePanelThatComesNext)
+{
+    const auto isOther = [](const Panel& panel) {
+        return panel.command[0] == GetParam().command[0] && panel.name != GetParam().name;
+    };
+    std::optional<NPTestProgram> panel = startPanel();
+    const NPTestProgram program = start();
+    EXPECT_TRUE(NPTestEventually([&] { return standsOut(); }));
+    NPTestShell("sleep 0.5"); // until it has taken the panel's colour
+    panel->signal(SIGTERM);
+    panel->wait();
+    EXPECT_TRUE(NPTestEventually([] { return !windowOfWidth(8, 64); }));
+    const NPTestProgram next = startPanel(*std::ranges::find_if(panels, isOther));
+    EXPECT_TRUE(NPTestEventually([&] { return standsOut(); }));
 }
 
 INSTANTIATE_TEST_SUITE_P(EachPanel, NPStatusItemX11Test, testing::ValuesIn(panels),
