@@ -258,6 +258,14 @@ TEST_F(NPAppFaceTest, NoWarningOncePreferencesAreOpen)
     EXPECT_TRUE(desktop.alerts.shown.empty());
 }
 
+TEST_F(NPAppFaceTest, NoWarningWithoutACurrentEffect)
+{
+    launchWithoutEffect();
+    controller->setCurrentEffect(nullptr);
+    serveMainQueue();
+    EXPECT_TRUE(desktop.alerts.shown.empty());
+}
+
 TEST_F(NPAppFaceTest, UpdaterThatCannotStartSaysWhyAndNothingElseSuffers)
 {
     desktop.bundle.info.insert_or_assign("SUFeedURL", "file:///feed");

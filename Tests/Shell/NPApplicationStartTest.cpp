@@ -184,6 +184,85 @@ timer at 2026-03-02T07:00:00Z
                            + list("main menu") + list("dock menu") + list("status menu") + observersOfTheDesktop);
 }
 
+// Hot keys, status item, the saved switch, which is the master, and then the custom profiles.
+TEST_F(NPApplicationStartTest, ChangeOfSettingsWhileTheScreensWereOff)
+{
+    storeGroups({dimming("G", -0.5F, {{"HotKeyCode", 2}, {"HotKeyModifiers", 0x100000}})});
+    setDefault(NPEffectActiveKey, true);
+    start();
+    manager().setScreenManagementEnabled(false);
+    takeLog();
+    setDefault(NPApplyToColorProfileKey, false);
+    EXPECT_EQ(takeLog(), R"(defaults set ApplyToColorProfile
+hotkey unregister 1
+hotkey register 2 2 0x100
+process foreground
+profile 1
+read 1
+write 1 256 1 1 1
+custom on
+custom apply
+main menu remove 1
+main menu insert G
+dock menu remove 1
+dock menu insert G
+status menu remove 1
+status menu insert G
+distributed: unobserve com.apple.screensaver.didstart
+distributed: observe com.apple.screensaver.didstart
+custom begin
+custom 1 set none
+custom 1 remove
+custom end
+custom off
+write 1 256 1 1 1
+custom off
+)");
+}
+
+// Switched by the screen saver, which saves nothing, so that the saved switch changes nothing besides.
+TEST_F(NPApplicationStartTest, SwitchingOffAndOn)
+{
+    storeGroups({dimming("G", -0.5F)});
+    setDefault(NPEffectActiveKey, true);
+    setDefault(NPShowStatusItemKey, 1);
+    setDefault(NPDeactivateForScreenSaverKey, true);
+    start();
+    platform.workspaceEvents.distributed.postNotification(NPScreenSaverDidStartNotification, nullptr);
+    EXPECT_EQ(takeLog(), R"(custom begin
+write 1 256 1 1 1
+custom 1 set none
+custom 1 remove
+custom end
+custom on
+main menu title Activate Nightpane
+dock menu title Activate Nightpane
+status menu title Activate Nightpane
+distributed: unobserve everything
+status item image NPStatusTemplate
+distributed: observe com.apple.screensaver.didstop
+)");
+    platform.workspaceEvents.distributed.postNotification(NPScreenSaverDidStopNotification, nullptr);
+    EXPECT_EQ(takeLog(), R"(profile 1
+read 1
+write 1 256 1 1 1
+custom on
+custom apply
+main menu remove 1
+main menu insert G
+dock menu remove 1
+dock menu insert G
+status menu remove 1
+status menu insert G
+main menu title Deactivate Nightpane
+dock menu title Deactivate Nightpane
+status menu title Deactivate Nightpane
+distributed: observe com.apple.screensaver.didstart
+timer every 6 within 1.5
+status item image NPStatusActiveTemplate
+)");
+}
+
 TEST_F(NPApplicationStartTest, LastStepWaitsForTheLoopAndEndGivesEverythingBack)
 {
     storeGroups({QXDictionary{{"NPEffectName", "Nothing"}}});
