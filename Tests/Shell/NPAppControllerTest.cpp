@@ -162,10 +162,10 @@ TEST_F(NPAppControllerTest, ChangeOfATimerIsRecordedWithTheDateOfTheEvent)
     EXPECT_NEAR(stateDate("AllScreens").timeIntervalSince(at("22:30:00")), 0.00001, 1e-6);
 }
 
-// Timers that fire five seconds late.
+// Timers that fire late by so many seconds.
 class LateTimerServices final : public NPTimerServices {
 public:
-    explicit LateTimerServices(NPTimerServices& services) : _services(services) {}
+    LateTimerServices(NPTimerServices& services, double delay) : _services(services), _delay(delay) {}
     std::shared_ptr<NPTimerSource> makeMonotonicTimer(std::uint64_t delay, std::uint64_t interval,
                                                       std::uint64_t leeway) override
     {
@@ -174,21 +174,29 @@ public:
     std::shared_ptr<NPTimerSource> makeWallClockTimer(QXDate start, std::uint64_t interval,
                                                       std::uint64_t leeway) override
     {
-        return _services.makeWallClockTimer(start.addingTimeInterval(5.0), interval, leeway);
+        return _services.makeWallClockTimer(start.addingTimeInterval(_delay), interval, leeway);
+    }
+
+    NPPlatform inPlaceOf(const NPPlatform& services)
+    {
+        return {services.clock,          *this,
+                services.mainQueue,      services.timeZones,
+                services.defaults,       services.displays,
+                services.profiles,       services.hotKeys,
+                services.keyboardLayout, services.notifications,
+                services.workspaceEvents};
     }
 
 private:
     NPTimerServices& _services;
+    const double _delay;
 };
 
 TEST_F(NPAppControllerTest, LateTimerCountsFromNow)
 {
     storeGroups({dimming("G", -0.5F, timed("22:00", "22:01"))});
-    LateTimerServices late(platform.clock);
-    const NPPlatform services = platform.services();
-    launch({services.clock, late, services.mainQueue, services.timeZones, services.defaults, services.displays,
-            services.profiles, services.hotKeys, services.keyboardLayout, services.notifications,
-            services.workspaceEvents});
+    LateTimerServices late(platform.clock, 5.0);
+    launch(late.inPlaceOf(platform.services()));
     platform.clock.advanceTo(at("22:00:04"));
     EXPECT_EQ(state(), "1:G- 2:G-"); // from yesterday
     platform.clock.advanceTo(at("22:00:06"));
@@ -198,6 +206,32 @@ TEST_F(NPAppControllerTest, LateTimerCountsFromNow)
     platform.clock.advanceTo(at("22:01:06"));
     EXPECT_NEAR(stateDate("AllScreens").timeIntervalSince(at("22:01:05")), 0.0, 1e-4);
     controller.reset(); // before the timers that it uses
+}
+
+// What was to happen in between does not happen any more.
+TEST_F(NPAppControllerTest, TimerThatIsLateByMoreThanADayArmsTheNextOneFromNow)
+{
+    storeGroups({dimming("G", -0.5F, timed("22:00", "22:30"))});
+    LateTimerServices late(platform.clock, 25 * 3600.0);
+    launch(late.inPlaceOf(platform.services()));
+    platform.clock.advanceTo(dateOf("2026-03-02T23:00:01Z"));
+    EXPECT_EQ(activationDate(), dateOf("2026-03-03T22:00:00Z"));
+    platform.clock.advanceTo(dateOf("2026-03-02T23:30:01Z"));
+    EXPECT_EQ(deactivationDate(), dateOf("2026-03-03T22:30:00Z").addingTimeInterval(0.00001));
+    controller.reset(); // before the timers that it uses
+}
+
+TEST_F(NPAppControllerTest, TimersFadeAsTheEffectSaysForTimedChanges)
+{
+    launchWith(timed("22:00", "23:00", {{"NPManualTransitionDuration", 1.0}, {"NPTimerTransitionDuration", 4.0}}));
+    platform.clock.advanceTo(at("22:00:02"));
+    EXPECT_NEAR(white(1), 0.75F, 0.01F);
+    platform.clock.advanceTo(at("22:00:05"));
+    EXPECT_EQ(white(1), 0.5F);
+    platform.clock.advanceTo(at("23:00:02"));
+    EXPECT_NEAR(white(1), 0.75F, 0.01F);
+    platform.clock.advanceTo(at("23:00:05"));
+    EXPECT_EQ(white(1), 1.0F);
 }
 
 TEST_F(NPAppControllerTest, WakingPastAnEventCatchesUpWithAManualFadeAndArmsTheTimersFromNow)
@@ -291,6 +325,7 @@ TEST_F(NPAppControllerTest, TablesAreWrittenAgainEverySixSecondsWhileOn)
     platform.clock.advance(60.0);
     EXPECT_EQ(writesTo(1), 10);
     controller->setEffectActive(false, false);
+    EXPECT_EQ(platform.clock.timerCount(), 0U);
     platform.log.clear();
     platform.clock.advance(60.0);
     EXPECT_EQ(platform.log.text(), "");
@@ -381,6 +416,16 @@ TEST_F(NPAppControllerTest, ChangeOfModeRewritesTheTablesAtOnceAndAMomentLater)
     platform.clock.advance(10.0);
     EXPECT_EQ(writesTo(1), 2);
     EXPECT_EQ(platform.clock.timerCount(), 0U);
+}
+
+TEST_F(NPAppControllerTest, ChangeOfModeThatComesWithOtherChangesRewritesTheTablesToo)
+{
+    launchWith({});
+    platform.log.clear();
+    platform.displays.changeMode(1, NPDisplayChangeSetMain);
+    EXPECT_EQ(writesTo(2), 1);
+    platform.clock.advance(0.05);
+    EXPECT_EQ(writesTo(2), 2);
 }
 
 TEST_F(NPAppControllerTest, OtherChangesOfADisplayRewriteNothing)

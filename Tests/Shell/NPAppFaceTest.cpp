@@ -211,6 +211,17 @@ TEST_F(NPAppFaceTest, PreferencesWindowCannotBeHiddenWhileTheStatusItemIsShown)
                          "process foreground\n");
 }
 
+TEST_F(NPAppFaceTest, ClosedPreferencesWindowCannotBeHiddenBeforeTheStatusAreaIsEntered)
+{
+    launchWithEffect();
+    controller->openPreferences();
+    preferences->simulatedWindow()->close();
+    platform.log.clear();
+    setDefault(NPShowStatusItemKey, 1);
+    EXPECT_TRUE(takeLog().starts_with(
+        "defaults set ShowStatusItem\nPreferences can hide 0\nprocess ui-element\nstatus item 32\n"));
+}
+
 TEST_F(NPAppFaceTest, StatusItemThatComesWithAWindowOpenKeepsTheApplicationRegularUntilItCloses)
 {
     launchWithEffect();

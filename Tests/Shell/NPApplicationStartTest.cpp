@@ -284,4 +284,14 @@ custom wait for all
     EXPECT_TRUE(platform.defaults.boolForKey(NPEffectActiveKey));
 }
 
+TEST_F(NPApplicationStartTest, EndWhileTheScreensAreOff)
+{
+    storeGroups({dimming("G", -0.5F)});
+    setDefault(NPActivateAtLaunchKey, false);
+    start();
+    controller->applicationWillTerminate();
+    EXPECT_EQ(takeLog(), "custom remove folder\ncustom wait for all\n");
+    EXPECT_FALSE(platform.defaults.objectForKey(NPEffectActiveKey)); // as it was
+}
+
 } // namespace

@@ -167,9 +167,9 @@ void NPSimulatedDisplays::unplug(NPDisplayID identifier)
     }
 }
 
-void NPSimulatedDisplays::changeMode(NPDisplayID identifier)
+void NPSimulatedDisplays::changeMode(NPDisplayID identifier, std::uint32_t furtherFlags)
 {
-    _announce(identifier, NPDisplayChangeSetMode);
+    _announce(identifier, NPDisplayChangeSetMode | furtherFlags);
 }
 
 void NPSimulatedDisplays::changeProfile(NPDisplayID identifier, QXColorProfile profile)

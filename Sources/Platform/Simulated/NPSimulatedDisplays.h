@@ -43,7 +43,7 @@ public:
     void plug(NPSimulatedDisplay display);
     void plugAgain(NPDisplayID display); // as it was unplugged
     void unplug(NPDisplayID display);
-    void changeMode(NPDisplayID display); // announces a change of mode
+    void changeMode(NPDisplayID display, std::uint32_t furtherFlags = 0); // announces it, with what comes together
 
     // Somebody gives the display another profile and has it show that profile's table; announced.
     void changeProfile(NPDisplayID display, QXColorProfile profile);
