@@ -299,6 +299,22 @@ TEST_F(NPColorProfilesX11, RemnantOfACustomProfileIsReplacedByWhatStoodThere)
     }
 }
 
+TEST_F(NPColorProfilesX11, ServerThatDoesNotAnswerLeavesTheProfileAndTheBaseTable)
+{
+    const QXColorProfile own = profileEndingAt(0.7F, "own");
+    randr.setOutputProperty("DUMMY0", property, fileOf(own));
+    const QXGammaTable base = profileOf("DUMMY0").baseTable;
+    displays->setDisplayTransferTable(display("DUMMY0"), NPTestHalf(base));
+    ASSERT_TRUE(displays->finishWriting());
+    server.suspend();
+    const NPDisplayProfile found = profileOf("DUMMY0");
+    EXPECT_TRUE(QXGammaTableEqual(found.baseTable, base));
+    EXPECT_EQ(found.profile->copyData(), own.copyData());
+    server.resume();
+    displays->restoreColorSyncSettings();
+    EXPECT_TRUE(NPTestWaitUntil([&] { return randr.gamma("DUMMY0") == NPTestGammaOf(base); }));
+}
+
 TEST_F(NPColorProfilesX11, ServerThatGoesOnTakesProfilesAgain)
 {
     const QXData own = fileOf(profileEndingAt(0.7F, "own"));
@@ -407,6 +423,19 @@ TEST_F(NPColorProfilesX11Changes, ProfileThatIsNotThereYetAsAWholeIsNoNews)
     randr.setOutputProperty("DUMMY0", property, fileOf(profileEndingAt(0.7F, "own")));
     EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return changes.size() == 2; }));
     EXPECT_EQ(changes.back(), "DUMMY0");
+}
+
+TEST_F(NPColorProfilesX11Changes, ChangeJustBeforeTheServerStopsIsNoticedWhenItGoesOn)
+{
+    randr.setOutputProperty("DUMMY0", property, fileOf(profileEndingAt(0.7F, "own")));
+    server.suspend();
+    const auto start = std::chrono::steady_clock::now();
+    NPTestTurnUntil(loop, [&] { return NPTestMillisecondsSince(start) > 2500.0; }); // it is waited for meanwhile
+    EXPECT_TRUE(changes.empty());
+    server.resume();
+    EXPECT_TRUE(NPTestTurnUntil(loop, [&] { return !changes.empty(); }));
+    EXPECT_EQ(changes, std::vector<std::string>{"DUMMY0"});
+    EXPECT_NEAR(profileOf("DUMMY0").baseTable.redTable[255], 0.7F, 1e-4F);
 }
 
 TEST_F(NPColorProfilesX11Changes, SamePropertyOnceMoreIsNoNews)

@@ -258,10 +258,12 @@ void NPDisplayServerX11::_tellChanges(const std::vector<NPDisplayChangeX11>& cha
     }
 }
 
-QXData NPDisplayServerX11::profile(const NPDisplayX11& display)
+std::optional<QXData> NPDisplayServerX11::profile(const NPDisplayX11& display)
 {
-    QXData content = _profiles.profile({display.output, display.monitor});
-    _profilesSeen[display.identifier] = hashOf(content);
+    std::optional<QXData> content = _profiles.profile({display.output, display.monitor});
+    if (content) {
+        _profilesSeen[display.identifier] = hashOf(*content);
+    }
     return content;
 }
 
@@ -290,8 +292,10 @@ void NPDisplayServerX11::_lookAtProfiles()
             continue;
         }
         const std::size_t former = seen->second;
-        const QXData content = profile(display);
-        if (hashOf(content) != former && _isNews(content)) {
+        const std::optional<QXData> content = profile(display);
+        if (!content) {
+            _profilesMayHaveChanged = true; // to be looked at when the server answers again
+        } else if (hashOf(*content) != former && _isNews(*content)) {
             changed.push_back(display.identifier);
         }
     }

@@ -31,8 +31,9 @@ public:
 
     const std::string& name() const { return _connection.name(); }
 
-    // The profile that stands in the server for the display; empty when there is none.
-    QXData profile(const NPDisplayX11& display);
+    // The profile that stands in the server for the display; empty when there is none. None when the server does not
+    // answer.
+    std::optional<QXData> profile(const NPDisplayX11& display);
 
     // From now on also says what becomes of profiles on the root window.
     void watchRootProfiles();

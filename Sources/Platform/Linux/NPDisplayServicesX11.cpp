@@ -150,7 +150,12 @@ NPDisplayProfile NPDisplayServicesX11::copyDisplayProfile(NPDisplayID display)
     if (found == nullptr) {
         return {};
     }
-    if (auto profile = QXColorProfile::profileWithData(_server->profile(*found))) {
+    std::optional<QXData> content = _server->profile(*found);
+    if (!content) {
+        const auto known = _adoptedProfiles.find(display);
+        return known == _adoptedProfiles.end() ? NPDisplayProfile() : adoptDisplayProfile(display, known->second);
+    }
+    if (auto profile = QXColorProfile::profileWithData(std::move(*content))) {
         return adoptDisplayProfile(display, std::move(*profile));
     }
     const QXDisplayColors colors = NPEdidColors(found->edid).value_or(QXStandardColors);
@@ -167,6 +172,7 @@ NPDisplayProfile NPDisplayServicesX11::adoptDisplayProfile(NPDisplayID display, 
     if (found == nullptr) {
         return {};
     }
+    _adoptedProfiles.insert_or_assign(display, profile);
     NPCrtcTablesX11& tables = _server->tables();
     const bool decides = profile.tag(QXVideoCardGammaTag) || profile.tag(QXBaseTableTag);
     NPDisplayProfile own = NPDisplayProfileFromColorProfile(std::move(profile));

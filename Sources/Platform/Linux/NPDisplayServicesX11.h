@@ -17,6 +17,7 @@
 
 #include <expected>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -67,7 +68,8 @@ public:
     registerReconfigurationCallback(NPDisplayReconfigurationCallback callback) override;
 
     // The profile that stands in the server for the display; else one made from what the display says of its
-    // colours, else sRGB. None of them has a location, except that of which a custom profile of ours tells.
+    // colours, else sRGB. None of them has a location, except that of which a custom profile of ours tells. While the
+    // server does not answer, it is the one that was known last.
     NPDisplayProfile copyDisplayProfile(NPDisplayID display) override;
     [[nodiscard]] NPDisplaySubscription registerProfileCallback(NPDisplayProfileCallback callback) override;
 
@@ -92,4 +94,5 @@ private:
 
     std::unique_ptr<NPDisplayServerX11> _server;
     std::vector<std::weak_ptr<NPDisplayProfileCallback>> _profileCallbacks;
+    std::map<NPDisplayID, QXColorProfile> _adoptedProfiles; // those that were the displays' last
 };

@@ -63,8 +63,9 @@ std::vector<NPProfilePropertiesX11::Slot> NPProfilePropertiesX11::_slots(const N
     return {{place.output, first->profile, first->former}, {0, ofMonitor->profile, ofMonitor->former}};
 }
 
-QXData NPProfilePropertiesX11::profile(const NPProfilePlaceX11& place)
+std::optional<QXData> NPProfilePropertiesX11::profile(const NPProfilePlaceX11& place)
 {
+    const unsigned int unansweredCount = _connection.unansweredCount();
     const std::vector<Slot> slots = _slots(place);
     std::vector<unsigned int> requests;
     for (const Slot& slot : slots) {
@@ -77,7 +78,8 @@ QXData NPProfilePropertiesX11::profile(const NPProfilePlaceX11& place)
             found = std::move(*content);
         }
     }
-    return found;
+    const bool isKnown = !slots.empty() && _isAnsweredSince(unansweredCount);
+    return isKnown ? std::optional(std::move(found)) : std::nullopt;
 }
 
 // A remnant of one that is written in parts is ours as well: the server stopped meanwhile.
@@ -95,8 +97,12 @@ std::optional<NPProfilePropertiesX11::Content> NPProfilePropertiesX11::_content(
     const unsigned int former = _request(slot.output, slot.formerName);
     QXData currentContent = _answer(slot.output, current).value_or(QXData());
     Content content{std::move(currentContent), _answer(slot.output, former)};
-    const bool isKnown = _connection.unansweredCount() == unansweredCount && !_connection.isLost();
-    return isKnown ? std::optional(std::move(content)) : std::nullopt;
+    return _isAnsweredSince(unansweredCount) ? std::optional(std::move(content)) : std::nullopt;
+}
+
+bool NPProfilePropertiesX11::_isAnsweredSince(unsigned int unansweredCount) const
+{
+    return _connection.unansweredCount() == unansweredCount && !_connection.isLost();
 }
 
 bool NPProfilePropertiesX11::setCustomProfile(const NPProfilePlaceX11& place, const QXData& profile)

@@ -32,8 +32,9 @@ public:
     // Sends the questions for the names, and waits for nothing. The connection outlives the object.
     explicit NPProfilePropertiesX11(NPConnectionX11& connection);
 
-    // What the output says, else what the root window says; empty when neither says anything.
-    QXData profile(const NPProfilePlaceX11& place);
+    // What the output says, else what the root window says; empty when neither says anything. None when the server
+    // does not answer.
+    std::optional<QXData> profile(const NPProfilePlaceX11& place);
 
     // Sets the profile in both places. False when the server has not confirmed it; it waits two seconds for that,
     // and not at all as long as the server leaves the last wait unanswered. Nothing is changed where it is not
@@ -74,6 +75,7 @@ private:
     std::optional<Names> _names(std::size_t monitor);
     std::vector<Slot> _slots(const NPProfilePlaceX11& place);
     std::optional<Content> _content(const Slot& slot);
+    bool _isAnsweredSince(unsigned int unansweredCount) const;
     bool _setCustomProfile(const Slot& slot, const QXData& profile);
     bool _restoreProfile(const Slot& slot, const std::optional<QXData>& own);
     unsigned int _request(xcb_randr_output_t output, xcb_atom_t name);
