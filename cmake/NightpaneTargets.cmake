@@ -23,6 +23,13 @@ function(np_layer target folder)
   target_link_libraries(${target} PUBLIC ${ARGN})
 endfunction()
 
+# np_whole_module(<target>): it takes nothing from the program by name, except what sanitizers have there.
+function(np_whole_module target)
+  if(NOT NP_SANITIZE)
+    target_link_options(${target} PRIVATE LINKER:--no-undefined)
+  endif()
+endfunction()
+
 # np_test(<target> <folder> … LINK <target> …): every *.cpp of the folders of Tests/ in one program.
 function(np_test target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
