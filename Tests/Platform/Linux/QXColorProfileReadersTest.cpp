@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <lcms2.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -169,6 +170,13 @@ TEST_P(QXColorProfileReadersTest, ExiftoolFindsTheDescriptionAndTheSameTable)
 INSTANTIATE_TEST_SUITE_P(Versions2And4, QXColorProfileReadersTest,
                          testing::Values(version2Profile, version4Profile));
 
+TEST(QXColorProfileReaders, AreAskedAboutBothVersions)
+{
+    constexpr std::size_t majorVersion = 8; // where it stands in the header
+    EXPECT_EQ(customProfile(version2Profile).at(majorVersion), 2);
+    EXPECT_EQ(customProfile(version4Profile).at(majorVersion), 4);
+}
+
 TEST(QXColorProfileReaders, ArgyllFindsTheSameTableInVersion2)
 {
     const NPTemporaryFolder folder;
@@ -192,6 +200,11 @@ TEST(QXColorProfileReaders, KeepEveryOtherTagOfRealProfiles)
 {
     const auto paths = installedProfiles();
     ASSERT_GE(paths.size(), 50U);
+    for (const char* const packaged :
+         {"/usr/share/color/icc/colord/Bluish.icc", "/usr/share/color/icc/LStar-RGB.icc",
+          "/usr/share/color/argyll/ref/ClayRGB1998.icm"}) {
+        EXPECT_EQ(std::ranges::count(paths, packaged), 1) << packaged; // one of each package that has profiles
+    }
     for (const std::filesystem::path& path : paths) {
         const auto before = QXColorProfile::profileWithData(contentOf<QXData>(path));
         ASSERT_TRUE(before) << path << ": " << before.error();
