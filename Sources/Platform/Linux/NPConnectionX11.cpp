@@ -110,6 +110,8 @@ void* NPConnectionX11::_waitForReply(unsigned int sequence)
         xcb_discard_reply(handle(), sequence);
         _isResponding = false;
         ++_unansweredCount;
+    } else {
+        _isResponding = true;
     }
     std::free(error);
     return reply;
@@ -118,7 +120,9 @@ void* NPConnectionX11::_waitForReply(unsigned int sequence)
 // Late answers are read with the events, after which nothing is left to show that the server responds again.
 void NPConnectionX11::dropEvents()
 {
-    isResponding();
+    if (!isResponding()) {
+        return;
+    }
     while (const NPContentX11<xcb_generic_event_t> event{xcb_poll_for_event(handle())}) {
     }
 }
