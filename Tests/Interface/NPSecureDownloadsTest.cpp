@@ -60,8 +60,8 @@ protected:
         ASSERT_TRUE(server.listen(QHostAddress::LocalHost));
         QObject::connect(&server, &QSslServer::pendingConnectionAvailable, &server, [this] {
             QTcpSocket* const visitor = server.nextPendingConnection();
-            QObject::connect(visitor, &QTcpSocket::readyRead, visitor, [visitor] {
-                visitor->write("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\n\r\nhello");
+            QObject::connect(visitor, &QTcpSocket::readyRead, visitor, [this, visitor] {
+                visitor->write(answer);
                 visitor->disconnectFromHost();
             });
         });
@@ -96,6 +96,7 @@ protected:
 
     const QSslConfiguration former = QSslConfiguration::defaultConfiguration();
     QTemporaryDir folder;
+    QByteArray answer = "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\n\r\nhello";
     QSslServer server;
     NPDownloadsQt downloads{[] {}};
 };
@@ -120,4 +121,14 @@ TEST_F(NPSecureDownloadsTest, RefusesAServerThatIsKnownByAnotherName)
     listenAs("DNS:updates.example");
     trustAuthority();
     EXPECT_TRUE(get().error().starts_with("No secure connection to " + url() + " can be made. ")) << get().error();
+}
+
+TEST_F(NPSecureDownloadsTest, FollowsNoRedirectionThatLeavesTheSecureConnection)
+{
+    answer = "HTTP/1.1 301 Moved\r\nLocation: http://updates.example/feed.xml\r\nContent-Length: 0\r\n\r\n";
+    listenAs("IP:127.0.0.1");
+    trustAuthority();
+    EXPECT_EQ(get().error(), url()
+                                 + " leads to http://updates.example/feed.xml, which is neither an https address "
+                                   "nor one of this computer.");
 }
