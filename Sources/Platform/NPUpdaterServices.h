@@ -20,8 +20,8 @@ public:
     // Reads the address in the background. The completion is called once, on the main thread, and not before this
     // returns: with the bytes, or one line for people that says why there are none. More than `limit` bytes are
     // an error, as are an answer that is no success, an address that is neither https nor http to this very
-    // machine (also after a redirection), and a server that says nothing for half a minute. The completion may drop
-    // what keeps the download going.
+    // machine (also after a redirection), a server that says nothing for half a minute, and one that says so little at
+    // a time that it would not come to an end. The completion may drop what keeps the download going.
     [[nodiscard]] virtual NPDownload
     download(const std::string& url, std::size_t limit,
              std::function<void(std::expected<QXData, std::string>)> completion) = 0;
