@@ -211,6 +211,15 @@ TEST_F(NPAppFaceTest, PreferencesWindowCannotBeHiddenWhileTheStatusItemIsShown)
                          "process foreground\n");
 }
 
+TEST_F(NPAppFaceTest, PreferencesWindowIsLeftAloneWhileThereIsNoStatusItem)
+{
+    launchWithEffect();
+    controller->openPreferences();
+    platform.log.clear();
+    setDefault("SomebodyElses", 1);
+    EXPECT_EQ(takeLog(), "defaults set SomebodyElses\nprocess foreground\n");
+}
+
 TEST_F(NPAppFaceTest, ClosedPreferencesWindowCannotBeHiddenBeforeTheStatusAreaIsEntered)
 {
     launchWithEffect();
