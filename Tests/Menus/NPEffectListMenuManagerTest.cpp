@@ -22,7 +22,7 @@ protected:
     {
         plug(1);
         plug(2);
-        const QXDictionary atOnce{{"NPManualTransitionDuration", 2.0}};
+        const QXDictionary atOnce{{"NPManualTransitionDuration", 2.0}, {"NPTimerTransitionDuration", 8.0}};
         storeGroups({dimming("G", -0.5F, atOnce), dimming("H", -0.75F, onScreens({1}, atOnce))});
         platform.defaults.setObject(true, NPEffectActiveKey);
         sharedScreenManager()->setScreenManagementEnabled(true);
@@ -155,6 +155,8 @@ TEST_F(NPEffectListMenuManagerTest, ItemWithoutGroupTogglesNothing)
 {
     makeList();
     const auto stranger = NPMenuItem::itemWithTitle("Stranger");
+    list->chooseEffect(*stranger);
+    stranger->setRepresentedObject(std::shared_ptr<NPEffectGroup>());
     list->chooseEffect(*stranger);
     EXPECT_EQ(state(), "");
 }

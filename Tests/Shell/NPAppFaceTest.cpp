@@ -52,6 +52,10 @@ TEST_F(NPAppFaceTest, MenusHaveTheirCommandsInTheirPlaces)
     EXPECT_EQ(linesOf(*menus.preferenceMenuItem->menu()),
               "About Nightpane\n-\nPreferences…\nCheck for Updates…\n-\nQuit Nightpane\n");
     EXPECT_EQ(linesOf(*menus.activateItem->menu()), "Deactivate Nightpane\n-\nG\n");
+    for (const NPMenu* const menu :
+         {menus.activateItem->menu().get(), menus.dockMenu.get(), menus.statusMenu.get()}) {
+        EXPECT_EQ(menu->itemAtIndex(2)->indentationLevel(), 0);
+    }
     EXPECT_EQ(linesOf(*menus.mainMenu), "Nightpane\nEffects\nHelp\n");
     EXPECT_EQ(linesOf(*menus.mainMenu->itemAtIndex(2)->submenu()),
               "What’s New in Nightpane\nFrequently Asked Questions\nContact Support\n");
@@ -276,6 +280,22 @@ TEST_F(NPAppFaceTest, NoWarningOncePreferencesAreOpen)
     controller->openPreferences();
     serveMainQueue();
     EXPECT_TRUE(desktop.alerts.shown.empty());
+}
+
+TEST_F(NPAppFaceTest, EffectsAreLookedAtOnceALaunch)
+{
+    launchWithEffect();
+    NPAppFace warned({menus, {}, {}});
+    NPAppFace content({menus, {}, {}});
+    content.warnIfNoEffects(*sharedEffectManager());
+    sharedEffectManager()->addGroupWithDictionary({});
+    sharedEffectManager()->removeGroupAtIndex(0);
+    ASSERT_FALSE(sharedEffectManager()->hasGroupWithEffectSelected());
+    content.warnIfNoEffects(*sharedEffectManager());
+    EXPECT_TRUE(desktop.alerts.shown.empty());
+    warned.warnIfNoEffects(*sharedEffectManager());
+    warned.warnIfNoEffects(*sharedEffectManager());
+    EXPECT_EQ(desktop.alerts.shown.size(), 1U);
 }
 
 TEST_F(NPAppFaceTest, NoWarningWithoutACurrentEffect)

@@ -106,6 +106,8 @@ TEST_F(NPLoginItemTest, CheckBoxShowsTheTruthAfterAFailure)
     const QXLogRedirection silence([](std::string_view) {});
     desktop.loginItems.accepts = false;
     EXPECT_FALSE(NPOpenAtLoginDidChange(true, nullptr));
+    desktop.loginItems.jobs = {job(launcher, true)};
+    EXPECT_TRUE(NPOpenAtLoginDidChange(false, nullptr));
 }
 
 } // namespace
