@@ -288,6 +288,31 @@ TEST_F(NPColorServiceTest, FrozenServiceDoesNotHangTheQuitAndTheDisplaysAreNamed
         << engine.errors();
 }
 
+TEST_F(NPColorServiceTest, FrozenBusHoldsUpNeitherTheEffectNorTheQuit)
+{
+    service.freezeBus();
+    run({"new", "Night", "dim=50%"});
+    run({"activate", "Night", "--fade", "none"});
+    NPTestProgram engine = startEngine();
+    EXPECT_TRUE(eventuallyShows(0.5F));
+    end(engine);
+    EXPECT_TRUE(eventuallyShows(1.0F));
+    EXPECT_EQ(linesAboutColours(engine.errors()), 1) << engine.errors();
+}
+
+TEST_F(NPColorServiceTest, FrozenBusDoesNotHangTheQuitOfOneThatHasUsedIt)
+{
+    startService();
+    NPTestProgram engine = startWithNight();
+    service.freezeBus();
+    engine.signal(SIGTERM);
+    EXPECT_EQ(engine.wait(), 0);
+    EXPECT_TRUE(eventuallyShows(0.8F));
+    EXPECT_NE(engine.errors().find("These displays have not been given their own colour profiles back: "),
+              std::string::npos)
+        << engine.errors();
+}
+
 TEST_F(NPColorServiceTest, ServiceThatEndsLeavesEverythingElseWorking)
 {
     startService();

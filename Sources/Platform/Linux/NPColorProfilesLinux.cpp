@@ -80,7 +80,9 @@ void NPColorProfilesLinux::start(std::function<void()> ready)
             }
         });
     };
-    auto service = NPOpenColorService({*bus, [](std::string_view line) { QXLog(line); }, news}, _moduleFolders);
+    auto service = NPOpenColorService({*bus, [](std::string_view line) { QXLog(line); },
+                                       [bus = *bus] { return NPCheckBusIsAlive(bus, "the system bus"); }, news},
+                                      _moduleFolders);
     if (!service) {
         QXLog(withoutService + service.error());
         _becomeReady();

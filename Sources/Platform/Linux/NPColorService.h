@@ -43,6 +43,10 @@ struct NPColorServiceRequest {
     std::string busAddress; // in D-Bus notation
     std::function<void(std::string_view line)> log;
 
+    // Whether the bus shows a sign of life, within two seconds; the error is one line. A connection to a bus that does
+    // not would be waited for without an end, and so would the service's.
+    std::function<std::expected<void, std::string>()> checkBus;
+
     // The displays on these connectors have got another profile from somebody else. Called for the first time,
     // perhaps with none, when it is known what the service says, or that it is not there.
     std::function<void(std::vector<std::string> connectors)> changed;

@@ -19,6 +19,7 @@ public:
     void start(const std::vector<std::string>& connectors);
     void freeze() { _colord->signal(SIGSTOP); } // until the end
     void end() { _colord->kill(); }
+    void freezeBus() { _bus->signal(SIGSTOP); } // until the end
     void restartBus(); // the service and xiccd do not come back by themselves
 
     // As another program: has the display on the connector use the profile in the file.

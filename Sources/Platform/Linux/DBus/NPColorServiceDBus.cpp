@@ -12,6 +12,7 @@
 #include <csignal>
 #include <exception>
 #include <limits>
+#include <stdexcept>
 #include <type_traits>
 #include <utility>
 
@@ -134,6 +135,9 @@ void NPColorServiceDBus::_waitForBus(std::size_t attempt)
 
 void NPColorServiceDBus::_connect()
 {
+    if (const auto isAlive = _request.checkBus(); !isAlive) {
+        throw std::runtime_error(isAlive.error());
+    }
     _connection = sdbus::createSessionBusConnectionWithAddress(_request.busAddress);
     _connection->setMethodCallTimeout(patience);
     _hasNews = true;
