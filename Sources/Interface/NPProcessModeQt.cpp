@@ -4,12 +4,6 @@
 
 #include <QApplication>
 
-bool NPProcessModeQt::transformProcessType(NPProcessType type)
-{
-    _type = type;
-    return true;
-}
-
 void NPProcessModeQt::activateIgnoringOtherApps(bool ignoringOthers)
 {
     if (qApp == nullptr || (!ignoringOthers && QGuiApplication::applicationState() != Qt::ApplicationActive)) {

@@ -6,11 +6,6 @@
 
 class NPProcessModeQt final : public NPProcessMode {
 public:
-    bool transformProcessType(NPProcessType type) override;
+    bool transformProcessType(NPProcessType) override { return true; }
     void activateIgnoringOtherApps(bool ignoringOthers) override;
-
-    NPProcessType type() const { return _type; }
-
-private:
-    NPProcessType _type = NPProcessType::foregroundApplication;
 };
