@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 using namespace std::chrono_literals;
@@ -60,7 +61,7 @@ NPUserDefaultsLinux::NPUserDefaultsLinux(const std::optional<std::filesystem::pa
         return;
     }
     _watch = loop.watchFileDescriptor(_inotify.get(), EPOLLIN, [this](std::uint32_t) { _takeEvents(); });
-    static_cast<void>(_file->makeFolder()); // a folder that others make later would not be watched
+    std::ignore = _file->makeFolder(); // a folder that others make later would not be watched
     _watchFolders();
     readChanges(); // between reading and watching
 }
